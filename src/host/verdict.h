@@ -1,0 +1,12 @@
+#pragma once
+#include <string>
+
+#include "host/host_analysis.h"
+
+namespace nv {
+
+HostAnalysis analyze_host(std::wstring path);
+bool is_signed_update(const HostAnalysis& analysis);
+std::wstring verdict_word(const HostAnalysis& analysis);
+
+}  // namespace nv

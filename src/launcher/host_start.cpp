@@ -1,0 +1,74 @@
+#include "launcher/host_start.h"
+
+#include <exception>
+
+#include "foundation/failure.h"
+#include "foundation/paths.h"
+#include "launcher/browser_arguments.h"
+#include "launcher/environment.h"
+#include "launcher/process_values.h"
+#include "platform/ini.h"
+#include "platform/process_start.h"
+
+namespace nv {
+
+std::wstring launch_mode_word(bool dark) {
+  if (!dark) return L"normal";
+  return browser_dark_enabled() ? L"full-dark" : L"qt-only";
+}
+
+bool process_is_elevated() {
+  switch (platform::token_elevation()) {
+    case platform::Elevation::token_unavailable:
+      fail(failure::launch_token);
+    case platform::Elevation::elevation_unavailable:
+      fail(failure::launch_elevation);
+    case platform::Elevation::elevated:
+      return true;
+    case platform::Elevation::not_elevated:
+      break;
+  }
+  return false;
+}
+
+std::wstring hand_off_arguments(const HostAnalysis& analysis, bool dark) {
+  std::wstring arguments = L"--desktop-launch --paltalk " + quote_argument(analysis.exe_path);
+  if (!dark) arguments += L" --original";
+  if (silent_mode) arguments += L" --silent";
+  if (!diagnostic_layout_path.empty()) arguments += L" --diagnostic-layout " + quote_argument(diagnostic_layout_path);
+  if (!browser_dark_override.empty()) arguments += L" --browser-dark " + browser_dark_override;
+  return arguments;
+}
+
+bool start_through_shell(const HostAnalysis& analysis, bool dark) {
+  if (desktop_launch) return false;
+  return platform::shell_execute_from_desktop(install_root + L"\\NightveilMode.exe",
+                                              hand_off_arguments(analysis, dark), install_root);
+}
+
+bool start_host(const HostAnalysis& analysis, bool dark) {
+  // An elevated launcher would hand its token to the host; the desktop shell
+  // starts a second launcher at the user's normal rights instead.
+  if (process_is_elevated() && !desktop_launch && start_through_shell(analysis, dark)) return true;
+
+  const std::vector<std::uint16_t> environment = build_launch_environment(analysis, dark);
+  std::wstring command_line = quote_argument(analysis.exe_path);
+  if (dark) command_line += L" -style Nightveil";
+  const platform::ProcessStart started =
+      platform::create_process(analysis.exe_path, command_line, environment, parent_of(analysis.exe_path));
+  write_last_status(L"create-process", started.started ? 0 : started.error, dark);
+  return started.started;
+}
+
+void write_last_status(const std::wstring& operation, std::uint32_t error, bool dark) {
+  // A note for the support report: no failure here may change the launch.
+  try {
+    const std::wstring path = install_root + L"\\last-status.ini";
+    if (!platform::write_profile_string(path, L"Launch", L"Operation", operation)) return;
+    if (!platform::write_profile_string(path, L"Launch", L"Error", std::to_wstring(error))) return;
+    platform::write_profile_string(path, L"Launch", L"Mode", launch_mode_word(dark));
+  } catch (...) {
+  }
+}
+
+}  // namespace nv

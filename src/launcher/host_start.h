@@ -1,0 +1,20 @@
+#pragma once
+// Turning the decision into a running host, and noting what happened.
+#include <cstdint>
+#include <string>
+
+#include "host/host_analysis.h"
+
+namespace nv {
+
+bool start_host(const HostAnalysis& analysis, bool dark);
+bool process_is_elevated();
+bool start_through_shell(const HostAnalysis& analysis, bool dark);
+void write_last_status(const std::wstring& operation, std::uint32_t error, bool dark);
+
+// The second launcher's command line after a hand-off through the shell.
+std::wstring hand_off_arguments(const HostAnalysis& analysis, bool dark);
+// "full-dark", "qt-only" or "normal".
+std::wstring launch_mode_word(bool dark);
+
+}  // namespace nv

@@ -1,0 +1,21 @@
+#pragma once
+// The process's own surroundings: its module, command line, environment and COM.
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace nv::platform {
+
+std::wstring module_path();                     // GetModuleFileNameW(nullptr, ..., 32768)
+std::vector<std::wstring> command_arguments();  // CommandLineToArgvW(GetCommandLineW()), argv[0] dropped
+void com_initialize();                          // single-threaded apartment; result not examined
+void com_uninitialize();
+
+// The raw block of GetEnvironmentStringsW: entries each ending in NUL, then one
+// more NUL. Empty when the call gives nothing.
+std::wstring environment_block();
+
+// The splitting rules of CommandLineToArgvW; nullopt when the call fails.
+std::optional<std::vector<std::wstring>> split_command_line(const std::wstring& text);
+
+}  // namespace nv::platform

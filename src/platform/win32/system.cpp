@@ -1,0 +1,46 @@
+#include "platform/system.h"
+
+#include <objbase.h>
+#include <shellapi.h>
+#include <windows.h>
+
+#include <vector>
+
+#include "platform/win32/owners.h"
+
+namespace nv::platform {
+
+std::wstring module_path() {
+  std::vector<wchar_t> buffer(32768, L'\0');
+  DWORD length = GetModuleFileNameW(nullptr, buffer.data(), static_cast<DWORD>(buffer.size()));
+  return std::wstring(buffer.data(), length);
+}
+
+std::optional<std::vector<std::wstring>> split_command_line(const std::wstring& text) {
+  int count = 0;
+  LPWSTR* argv = CommandLineToArgvW(text.c_str(), &count);
+  if (!argv) return std::nullopt;
+  win32::UniqueLocal owner(static_cast<void*>(argv));
+  return std::vector<std::wstring>(argv, argv + count);
+}
+
+std::vector<std::wstring> command_arguments() {
+  auto all = split_command_line(GetCommandLineW());
+  if (!all || all->empty()) return {};
+  return std::vector<std::wstring>(all->begin() + 1, all->end());
+}
+
+void com_initialize() { (void)CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
+void com_uninitialize() { CoUninitialize(); }
+
+std::wstring environment_block() {
+  LPWCH block = GetEnvironmentStringsW();
+  if (!block) return {};
+  const wchar_t* end = block;
+  while (*end) end += wcslen(end) + 1;  // entry by entry until the empty entry
+  std::wstring copy(block, static_cast<std::size_t>(end - block) + 1);
+  FreeEnvironmentStringsW(block);
+  return copy;
+}
+
+}  // namespace nv::platform

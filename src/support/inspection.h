@@ -1,0 +1,26 @@
+#pragma once
+#include <cstdint>
+#include <map>
+#include <string>
+
+namespace nv {
+
+struct SessionFilter {
+  std::map<std::uint32_t, std::uint32_t> sessions;  // process id -> session id
+  std::uint32_t current_session = 0;
+  bool valid = false;
+};
+
+struct RuntimeSnapshot {
+  std::wstring paltalkRunning = L"unknown";
+  std::wstring themeLoaded = L"unknown";
+  std::wstring webView2;
+  std::int32_t webViewProcesses = -1;
+};
+
+SessionFilter build_session_filter();
+bool host_is_running(const std::wstring& host_path);
+bool install_is_busy(const std::wstring& install_directory);
+RuntimeSnapshot inspect_runtime(const std::wstring& host_path);
+
+}  // namespace nv
