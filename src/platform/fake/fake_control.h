@@ -4,10 +4,14 @@
 // fresh state (call it at the start of each test).
 #include <cstdint>
 #include <deque>
+#include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/process_start.h"
+#include "platform/trust.h"
+#include "platform/version_info.h"
 
 namespace nv::fake {
 
@@ -46,5 +50,12 @@ extern platform::ProcessStart process_start_result;  // started by default
 extern std::vector<ProcessStartCall> process_starts;
 extern bool shell_available;                       // the desktop shell accepts; true by default
 extern std::vector<ShellExecuteCall> shell_executes;
+
+// --- version resources: by folded_path of the file; a file not listed has none ---
+extern std::map<std::wstring, platform::FixedFileInfo> fixed_file_infos;
+
+// --- signatures: by (folded_path, index; 0 for the primary check); unlisted files are unsigned ---
+extern std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck> signatures;
+extern std::vector<std::pair<std::wstring, std::optional<std::uint32_t>>> signature_checks;  // every call, in order
 
 }  // namespace nv::fake
