@@ -1,6 +1,5 @@
 #include "foundation/paths.h"
 
-#include <filesystem>
 #include <vector>
 
 #include "foundation/failure.h"
@@ -199,7 +198,7 @@ bool path_exists(const std::wstring& path) {
     case platform::FileKind::missing:
       return false;
     case platform::FileKind::error:
-      throw std::filesystem::filesystem_error(failure::exists, std::make_error_code(std::errc::io_error));
+      fail(failure::exists);
     default:
       return true;
   }

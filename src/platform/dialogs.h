@@ -1,6 +1,7 @@
 #pragma once
 // Message boxes and other dialogs of the launcher.
 #include <string>
+#include <vector>
 
 namespace nv::platform {
 
@@ -20,5 +21,37 @@ inline constexpr int id_no = 7;
 
 // MessageBoxW(nullptr, text, title, flags).
 int message_box(const std::wstring& text, const std::wstring& title, unsigned flags);
+
+// A task dialog whose choices are command links, with a Cancel button below
+// them (TDF_USE_COMMAND_LINKS, TDCBF_CANCEL_BUTTON), no owner window, and no
+// content, icon or default button.
+struct TaskDialogButton {
+  int id = 0;
+  std::wstring text;
+};
+struct CommandLinkDialog {
+  std::wstring window_title;
+  std::wstring main_instruction;
+  std::vector<TaskDialogButton> buttons;  // in the order shown
+};
+// TaskDialogIndirect failed (or is not available): no button has this id.
+inline constexpr int dialog_failed = 0;
+// The id of the button that closed the dialog (id_cancel for Cancel, Escape or
+// the close box), or dialog_failed.
+int command_link_dialog(const CommandLinkDialog& dialog);
+
+// The shell's file-open dialog (IFileOpenDialog), with no owner window.
+inline constexpr unsigned fos_forcefilesystem = 0x40;
+inline constexpr unsigned fos_pathmustexist = 0x800;
+inline constexpr unsigned fos_filemustexist = 0x1000;
+struct FileOpenDialog {
+  std::wstring title;
+  std::wstring type_name;     // one file type: its name ...
+  std::wstring type_pattern;  // ... and its pattern
+  unsigned options = 0;       // FOS_* flags, replacing the defaults
+};
+// The chosen file's file-system path; empty when the dialog cannot be created,
+// is cancelled or fails, or the result cannot be read.
+std::wstring open_file_dialog(const FileOpenDialog& dialog);
 
 }  // namespace nv::platform

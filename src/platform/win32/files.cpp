@@ -2,9 +2,6 @@
 
 #include <windows.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 #include "platform/win32/owners.h"
@@ -70,40 +67,55 @@ Resolved resolve_path(const std::wstring& path) {
 }
 
 FileKind file_kind(const std::wstring& path) {
-  std::error_code error;
-  auto status = std::filesystem::status(std::filesystem::path(path), error);
-  if (error) {
-    return status.type() == std::filesystem::file_type::not_found ? FileKind::missing : FileKind::error;
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    const DWORD error = GetLastError();
+    return is_absence(error) ? FileKind::missing : FileKind::error;
   }
-  switch (status.type()) {
-    case std::filesystem::file_type::regular:
-      return FileKind::regular;
-    case std::filesystem::file_type::directory:
-      return FileKind::directory;
-    case std::filesystem::file_type::not_found:
-      return FileKind::missing;
-    default:
-      return FileKind::other;
-  }
+  if (attributes & FILE_ATTRIBUTE_DIRECTORY) return FileKind::directory;
+  if (attributes & FILE_ATTRIBUTE_DEVICE) return FileKind::other;
+  return FileKind::regular;
 }
 
 std::error_code create_directories(const std::wstring& path) {
-  std::error_code error;
-  std::filesystem::create_directories(std::filesystem::path(path), error);
-  return error;
+  // Parents first; a directory that already exists is no error.
+  if (path.empty()) return std::make_error_code(std::errc::invalid_argument);
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes != INVALID_FILE_ATTRIBUTES) {
+    if (attributes & FILE_ATTRIBUTE_DIRECTORY) return {};
+    return std::make_error_code(std::errc::not_a_directory);
+  }
+  std::size_t cut = path.find_last_of(L"\\/");
+  while (cut != std::wstring::npos && cut > 0 && (path[cut - 1] == L'\\' || path[cut - 1] == L'/')) --cut;
+  if (cut != std::wstring::npos && cut > 0 && !(cut == 2 && path[1] == L':')) {
+    std::error_code parent = create_directories(path.substr(0, cut));
+    if (parent) return parent;
+  }
+  if (!CreateDirectoryW(path.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
+    return std::error_code(static_cast<int>(GetLastError()), std::system_category());
+  return {};
 }
 
 bool file_size(const std::wstring& path, std::uint64_t& size) {
-  std::error_code error;
-  size = std::filesystem::file_size(std::filesystem::path(path), error);
-  return !error;
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return false;
+  if (data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) return false;
+  size = (static_cast<std::uint64_t>(data.nFileSizeHigh) << 32) | data.nFileSizeLow;
+  return true;
 }
 
 bool read_file(const std::wstring& path, std::string& bytes) {
-  std::ifstream in(std::filesystem::path(path), std::ios::binary);
-  if (!in) return false;
-  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return !in.bad();
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return false;
+  bytes.clear();
+  char buffer[65536];
+  for (;;) {
+    DWORD read = 0;
+    if (!ReadFile(file.get(), buffer, sizeof buffer, &read, nullptr)) return false;
+    if (read == 0) return true;
+    bytes.append(buffer, read);
+  }
 }
 
 }  // namespace nv::platform

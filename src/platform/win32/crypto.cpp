@@ -1,0 +1,133 @@
+#include "platform/crypto.h"
+
+#include <windows.h>
+#include <bcrypt.h>
+#include <wincrypt.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "platform/win32/owners.h"
+
+namespace nv::platform {
+namespace {
+
+bool succeeded(NTSTATUS status) { return status >= 0; }
+
+struct CloseAlgorithmFn {
+  void operator()(BCRYPT_ALG_HANDLE h) const { BCryptCloseAlgorithmProvider(h, 0); }
+};
+struct DestroyHashFn {
+  void operator()(BCRYPT_HASH_HANDLE h) const { BCryptDestroyHash(h); }
+};
+using UniqueAlgorithm = win32::Owner<BCRYPT_ALG_HANDLE, nullptr, CloseAlgorithmFn>;
+using UniqueHash = win32::Owner<BCRYPT_HASH_HANDLE, nullptr, DestroyHashFn>;
+
+// The provider for file digests, opened once for the life of the process (the
+// analysis hashes four files at a time) and closed at exit. A failed opening
+// leaves it unset, so the next call tries again.
+struct FileHashProvider {
+  std::mutex lock;
+  std::atomic<bool> ready{false};
+  UniqueAlgorithm algorithm;
+  DWORD object_length = 0;
+};
+
+FileHashProvider& file_hash_provider() {
+  static FileHashProvider provider;
+  return provider;
+}
+
+FileHash ensure_file_hash_provider(FileHashProvider& provider) {
+  if (provider.ready.load(std::memory_order_acquire)) return FileHash::done;
+  std::lock_guard<std::mutex> guard(provider.lock);
+  if (provider.ready.load(std::memory_order_relaxed)) return FileHash::done;
+  UniqueAlgorithm algorithm;
+  if (!succeeded(BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_SHA256_ALGORITHM, nullptr, 0))) {
+    return FileHash::unavailable;
+  }
+  DWORD length = 0;
+  ULONG written = 0;
+  if (!succeeded(BCryptGetProperty(algorithm.get(), BCRYPT_OBJECT_LENGTH, reinterpret_cast<PUCHAR>(&length),
+                                   sizeof length, &written, 0))) {
+    return FileHash::cannot_initialize;
+  }
+  provider.algorithm = std::move(algorithm);
+  provider.object_length = length;
+  provider.ready.store(true, std::memory_order_release);
+  return FileHash::done;
+}
+
+}  // namespace
+
+std::size_t utf8_length_strict(const std::wstring& text) {
+  const int length = WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()),
+                                         nullptr, 0, nullptr, nullptr);
+  return length > 0 ? static_cast<std::size_t>(length) : 0;
+}
+
+void utf16_to_utf8(const std::wstring& text, std::string& out) {
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), static_cast<int>(out.size()),
+                      nullptr, nullptr);
+}
+
+std::size_t utf16_length_strict(const std::string& bytes) {
+  const int length =
+      MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()), nullptr, 0);
+  return length > 0 ? static_cast<std::size_t>(length) : 0;
+}
+
+void utf8_to_utf16(const std::string& bytes, std::wstring& out) {
+  MultiByteToWideChar(CP_UTF8, 0, bytes.data(), static_cast<int>(bytes.size()), out.data(),
+                      static_cast<int>(out.size()));
+}
+
+bool base64_decode(const std::string& text, std::uint8_t* out, std::uint32_t& size) {
+  DWORD length = out ? size : 0;
+  if (!CryptStringToBinaryA(text.data(), static_cast<DWORD>(text.size()), CRYPT_STRING_BASE64, out, &length, nullptr,
+                            nullptr)) {
+    return false;
+  }
+  size = length;
+  return true;
+}
+
+bool sha256(const std::uint8_t* data, std::uint32_t size, Sha256Digest& digest) {
+  UniqueAlgorithm algorithm;
+  if (!succeeded(BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_SHA256_ALGORITHM, nullptr, 0))) return false;
+  return succeeded(BCryptHash(algorithm.get(), nullptr, 0, const_cast<PUCHAR>(data), size, digest.data(),
+                              static_cast<ULONG>(digest.size())));
+}
+
+FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  if (!file) return FileHash::cannot_read;
+
+  FileHashProvider& provider = file_hash_provider();
+  if (const FileHash ready = ensure_file_hash_provider(provider); ready != FileHash::done) return ready;
+
+  std::vector<UCHAR> object(provider.object_length);
+  auto buffer = std::make_unique<UCHAR[]>(file_hash_buffer);
+  UniqueHash hash;
+  if (!succeeded(BCryptCreateHash(provider.algorithm.get(), hash.put(), object.data(),
+                                  static_cast<ULONG>(object.size()), nullptr, 0, 0))) {
+    return FileHash::cannot_initialize;
+  }
+  for (;;) {
+    DWORD read = 0;
+    if (!ReadFile(file.get(), buffer.get(), static_cast<DWORD>(file_hash_buffer), &read, nullptr)) {
+      return FileHash::cannot_read;
+    }
+    if (read == 0) break;
+    if (!succeeded(BCryptHashData(hash.get(), buffer.get(), read, 0))) return FileHash::cannot_hash;
+  }
+  if (!succeeded(BCryptFinishHash(hash.get(), digest.data(), static_cast<ULONG>(digest.size()), 0))) {
+    return FileHash::cannot_finish;
+  }
+  return FileHash::done;
+}
+
+}  // namespace nv::platform

@@ -1,0 +1,130 @@
+#include "platform/processes.h"
+
+#include <windows.h>
+#include <tlhelp32.h>
+#include <wtsapi32.h>
+
+#include "platform/win32/owners.h"
+
+// MinGW-w64's wtsapi32.h stops short of the extended process enumeration; its
+// import library has the functions. The Windows SDK declares all of this
+// together with WTS_ANY_SESSION, so its own declarations win when present.
+#ifndef WTS_ANY_SESSION
+#define WTS_ANY_SESSION (static_cast<DWORD>(-2))
+typedef struct _WTS_PROCESS_INFO_EXW {
+  DWORD SessionId;
+  DWORD ProcessId;
+  LPWSTR pProcessName;
+  PSID pUserSid;
+  DWORD NumberOfThreads;
+  DWORD HandleCount;
+  DWORD PagefileUsage;
+  DWORD PeakPagefileUsage;
+  DWORD WorkingSetSize;
+  DWORD PeakWorkingSetSize;
+  LARGE_INTEGER UserTime;
+  LARGE_INTEGER KernelTime;
+} WTS_PROCESS_INFO_EXW, *PWTS_PROCESS_INFO_EXW;
+typedef enum _WTS_TYPE_CLASS {
+  WTSTypeProcessInfoLevel0,
+  WTSTypeProcessInfoLevel1,
+  WTSTypeSessionInfoLevel1
+} WTS_TYPE_CLASS;
+extern "C" {
+DECLSPEC_IMPORT BOOL WINAPI WTSEnumerateProcessesExW(HANDLE hServer, DWORD* pLevel, DWORD SessionId,
+                                                     LPWSTR* ppProcessInfo, DWORD* pCount);
+DECLSPEC_IMPORT BOOL WINAPI WTSFreeMemoryExW(WTS_TYPE_CLASS WTSTypeClass, PVOID pMemory, ULONG NumberOfEntries);
+}
+#endif
+
+namespace nv::platform {
+namespace {
+
+// CreateToolhelp32Snapshot reports failure as INVALID_HANDLE_VALUE.
+win32::UniqueHandle snapshot(DWORD flags, DWORD process_id) {
+  HANDLE handle = CreateToolhelp32Snapshot(flags, process_id);
+  return win32::UniqueHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+// The list of one session enumeration, freed as what it is.
+class ProcessInfoList {
+ public:
+  ProcessInfoList() = default;
+  ProcessInfoList(const ProcessInfoList&) = delete;
+  ProcessInfoList& operator=(const ProcessInfoList&) = delete;
+  ~ProcessInfoList() {
+    if (info_) WTSFreeMemoryExW(WTSTypeProcessInfoLevel1, info_, count_);
+  }
+  WTS_PROCESS_INFO_EXW* info_ = nullptr;
+  DWORD count_ = 0;
+};
+
+}  // namespace
+
+std::optional<std::vector<ProcessRecord>> list_processes() {
+  win32::UniqueHandle snap = snapshot(TH32CS_SNAPPROCESS, 0);
+  if (!snap) return std::nullopt;
+  PROCESSENTRY32W entry{};
+  entry.dwSize = sizeof(entry);
+  if (!Process32FirstW(snap.get(), &entry)) return std::nullopt;
+  std::vector<ProcessRecord> records;
+  do {
+    records.push_back({entry.th32ProcessID, entry.th32ParentProcessID, entry.szExeFile});
+    entry.dwSize = sizeof(entry);
+  } while (Process32NextW(snap.get(), &entry));
+  return records;
+}
+
+std::optional<std::uint32_t> current_session() {
+  DWORD session = 0;
+  if (!ProcessIdToSessionId(GetCurrentProcessId(), &session)) return std::nullopt;
+  return session;
+}
+
+std::optional<std::vector<std::pair<std::uint32_t, std::uint32_t>>> session_records() {
+  DWORD level = 1;
+  ProcessInfoList list;
+  if (!WTSEnumerateProcessesExW(WTS_CURRENT_SERVER_HANDLE, &level, WTS_ANY_SESSION,
+                                reinterpret_cast<LPWSTR*>(&list.info_), &list.count_))
+    return std::nullopt;
+  if (!list.info_) return std::nullopt;
+  std::vector<std::pair<std::uint32_t, std::uint32_t>> records;
+  records.reserve(list.count_);
+  for (DWORD i = 0; i < list.count_; ++i) records.emplace_back(list.info_[i].ProcessId, list.info_[i].SessionId);
+  return records;
+}
+
+std::optional<std::wstring> process_image_path(std::uint32_t process_id) {
+  win32::UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process_id));
+  if (!process) return std::nullopt;
+  std::vector<wchar_t> buffer(32768, L'\0');
+  DWORD size = static_cast<DWORD>(buffer.size());
+  if (!QueryFullProcessImageNameW(process.get(), 0, buffer.data(), &size)) return std::nullopt;
+  return std::wstring(buffer.data(), size);
+}
+
+ModuleList list_modules(std::uint32_t process_id) {
+  ModuleList list;
+  // A module snapshot of a process that is still loading may fail with
+  // ERROR_BAD_LENGTH; the call is meant to be repeated then.
+  win32::UniqueHandle snap;
+  for (int attempt = 0; attempt < 8 && !snap; ++attempt) {
+    snap = snapshot(TH32CS_SNAPMODULE | TH32CS_SNAPMODULE32, process_id);
+    if (!snap && GetLastError() != ERROR_BAD_LENGTH) break;
+  }
+  if (!snap) return list;
+  MODULEENTRY32W entry{};
+  entry.dwSize = sizeof(entry);
+  if (!Module32FirstW(snap.get(), &entry)) {
+    list.status = ModuleListing::no_first_module;
+    return list;
+  }
+  list.status = ModuleListing::listed;
+  do {
+    list.modules.push_back({entry.szModule, entry.szExePath});
+    entry.dwSize = sizeof(entry);
+  } while (Module32NextW(snap.get(), &entry));
+  return list;
+}
+
+}  // namespace nv::platform
