@@ -19,6 +19,9 @@ struct RuntimeSnapshot {
 };
 
 SessionFilter build_session_filter();
+// A process passes unless the filter is valid, lists it, and puts it in a
+// session other than the current one.
+bool passes_session_test(const SessionFilter& filter, std::uint32_t process_id);
 bool host_is_running(const std::wstring& host_path);
 bool install_is_busy(const std::wstring& install_directory);
 RuntimeSnapshot inspect_runtime(const std::wstring& host_path);
