@@ -18,6 +18,8 @@ struct Text {
 };
 
 bool load(const std::wstring& path, Text& text) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(portable::to_native(path), error)) return false;
   std::ifstream in(portable::to_native(path), std::ios::binary);
   if (!in) return false;
   std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
