@@ -58,7 +58,8 @@ struct CoTaskMemFreeFn {
   void operator()(void* p) const { CoTaskMemFree(p); }
 };
 
-// Process, thread, token, snapshot: null is empty.
+// Process, thread, token: null is empty. (Toolhelp snapshots report failure as
+// INVALID_HANDLE_VALUE; callers turn that into null before storing it here.)
 using UniqueHandle = Owner<HANDLE, nullptr, CloseHandleFn>;
 using UniqueRegKey = Owner<HKEY, nullptr, CloseRegKeyFn>;
 using UniqueLocal = Owner<void*, nullptr, LocalFreeFn>;
