@@ -10,6 +10,7 @@
 #include "installation.h"
 #include "launcher/exit_code.h"
 #include "platform/dialogs.h"
+#include "platform/fake/processes_control.h"
 #include "platform/ini.h"
 
 namespace nv {
@@ -254,6 +255,76 @@ TEST_F(LaunchFlowTest, ProbeAnswersWithTheVerdict) {
   EXPECT_EQ(run_launcher({L"--probe", L"--paltalk", install->dir / L"missing\\Paltalk.exe"}), exit_code::not_acceptable);
   EXPECT_TRUE(fake::message_boxes.empty()) << "the probe asks nothing";
   EXPECT_TRUE(fake::process_starts.empty()) << "the probe starts nothing";
+}
+
+}  // namespace
+}  // namespace nv
+
+namespace nv {
+namespace {
+
+const std::wstring running_message =
+    L"Paltalk is already running. Fully exit it using its Exit command, then reopen this shortcut. Closing a window "
+    L"to the tray is not enough.";
+
+class RunningHostTest : public LaunchFlowTest {
+ protected:
+  void SetUp() override {
+    LaunchFlowTest::SetUp();
+    install->recognize();
+    fake::processes.push_back({4242, 1, L"PALTALK.EXE", install->exe, 1, platform::ModuleListing::listed, {}, false});
+  }
+};
+
+TEST_F(RunningHostTest, LaunchBesideARunningHostIsRefused) {
+  EXPECT_EQ(launch(), exit_code::host_running);
+  ASSERT_EQ(fake::message_boxes.size(), 1u);
+  EXPECT_EQ(fake::message_boxes[0].text, running_message);
+  EXPECT_EQ(fake::message_boxes[0].flags, platform::mb_iconinformation);
+  EXPECT_TRUE(fake::process_starts.empty());
+}
+
+TEST_F(RunningHostTest, OriginalBesideARunningHostIsRefusedSilentlyToo) {
+  EXPECT_EQ(launch({L"--original"}), exit_code::host_running);
+  ASSERT_EQ(fake::message_boxes.size(), 1u);
+  EXPECT_EQ(fake::message_boxes[0].text, L"Fully exit Paltalk before switching to normal mode.");
+  fake::message_boxes.clear();
+  EXPECT_EQ(launch({L"--original", L"--silent"}), exit_code::host_running);
+  EXPECT_TRUE(fake::message_boxes.empty());
+  EXPECT_TRUE(fake::process_starts.empty());
+}
+
+TEST_F(RunningHostTest, ConfigureStillWorks) {
+  const std::wstring output = install->dir / L"out.ini";
+  EXPECT_EQ(launch({L"--configure", L"--output", output}), exit_code::done);
+  EXPECT_TRUE(test::file_exists(output));
+}
+
+TEST_F(RunningHostTest, AHostAtAnotherPathDoesNotCount) {
+  fake::processes[0].image_path = install->dir / L"Other\\Paltalk.exe";
+  EXPECT_EQ(launch(), exit_code::done);
+  EXPECT_TRUE(started_dark());
+}
+
+TEST_F(RunningHostTest, QueriesAnswerInTheirFixedOrder) {
+  struct Case {
+    Arguments arguments;
+    std::int32_t code;
+  };
+  fake::processes[0].modules = {{L"Nightveil.dll", install_root + L"\\plugins\\styles\\Nightveil.dll"}};
+  const Case cases[] = {
+      {{L"--running"}, exit_code::host_running},
+      {{L"--running", L"--paltalk", install->exe}, exit_code::host_running},
+      {{L"--running", L"--paltalk", install->dir / L"Other\\Paltalk.exe"}, exit_code::done},
+      {{L"--busy"}, exit_code::host_running},
+      {{L"--busy", L"--root", install->dir / L"Other"}, exit_code::done},
+      {{L"--remove-shortcuts", L"--running"}, exit_code::done},
+      {{L"--busy", L"--root", install->dir / L"Other", L"--running"}, exit_code::host_running},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(run_launcher(c.arguments), c.code) << testing::PrintToString(c.arguments);
+  }
+  EXPECT_TRUE(fake::message_boxes.empty());
 }
 
 }  // namespace
