@@ -1,6 +1,7 @@
 #include "host/discovery.h"
 
 #include <algorithm>
+#include <string_view>
 
 #include "foundation/paths.h"
 #include "launcher/process_values.h"
@@ -15,6 +16,12 @@ const std::wstring host_file_name = L"Paltalk.exe";
 const std::wstring known_folder_suffix = L"\\Paltalk\\Paltalk.exe";
 
 constexpr std::size_t text_buffer_units = platform::registry_value_bytes / 2;
+
+// Where part first occurs in text, or text.end().
+std::wstring::const_iterator find_text(const std::wstring& text, std::wstring_view part) {
+  return std::search(text.begin(), text.end(), part.begin(), part.end());
+}
+bool contains(const std::wstring& text, std::wstring_view part) { return find_text(text, part) != text.end(); }
 
 }  // namespace
 
@@ -47,14 +54,15 @@ std::wstring parse_command_path(const std::wstring& value) {
     if (close == std::wstring::npos) return {};
     return value.substr(1, close - 1);
   }
-  const std::size_t extension = fold_ascii(value).find(L".exe");
-  if (extension == std::wstring::npos) return {};
-  return value.substr(0, extension + 4);
+  const std::wstring folded = fold_ascii(value);
+  const auto extension = find_text(folded, L".exe");
+  if (extension == folded.end()) return {};
+  return value.substr(0, static_cast<std::size_t>(extension - folded.begin()) + 4);
 }
 
 bool counts_as_host_entry(const std::wstring& display_name) {
   const std::wstring folded = fold_ascii(display_name);
-  return folded.find(L"paltalk") != std::wstring::npos && folded.find(L"dark") == std::wstring::npos;
+  return contains(folded, L"paltalk") && !contains(folded, L"dark");
 }
 
 void add_host_candidate(std::vector<std::wstring>& candidates, const std::wstring& path) {

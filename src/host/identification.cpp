@@ -1,10 +1,8 @@
 #include "host/identification.h"
 
-#include <fstream>
-
 #include "foundation/encoding.h"
 #include "foundation/paths.h"
-#include "platform/stream_path.h"
+#include "platform/file_range.h"
 #include "platform/trust.h"
 #include "platform/version_info.h"
 
@@ -37,24 +35,16 @@ bool verified_as(const platform::SignatureCheck& check, const std::wstring& expe
 }  // namespace
 
 std::uint16_t read_pe_machine(const std::wstring& path) {
-  try {
-    std::ifstream in(platform::stream_path(path), std::ios::binary);
-    unsigned char dos[dos_header_size] = {};
-    in.read(reinterpret_cast<char*>(dos), sizeof dos);
-    if (!in.good() || little_endian(dos, 2) != dos_magic) return 0;
-    const auto offset = static_cast<std::int32_t>(little_endian(dos + dos_header_offset_field, 4));
-    if (offset < 0) return 0;
-    unsigned char signature[4] = {};
-    unsigned char file_header[file_header_size] = {};
-    in.seekg(offset, std::ios::beg);
-    in.read(reinterpret_cast<char*>(signature), sizeof signature);
-    in.read(reinterpret_cast<char*>(file_header), sizeof file_header);
-    if (!in.good()) return 0;
-    if (little_endian(signature, 4) != pe_signature) return 0;
-    return static_cast<std::uint16_t>(little_endian(file_header, 2));
-  } catch (const std::exception&) {
-    return 0;  // a probe answers doubt with its neutral value
-  }
+  unsigned char dos[dos_header_size] = {};
+  if (!platform::read_file_range(path, 0, sizeof dos, dos)) return 0;
+  if (little_endian(dos, 2) != dos_magic) return 0;
+  const auto offset = static_cast<std::int32_t>(little_endian(dos + dos_header_offset_field, 4));
+  if (offset < 0) return 0;
+  // The signature and the file header after it; a file that ends inside them fails.
+  unsigned char headers[4 + file_header_size] = {};
+  if (!platform::read_file_range(path, static_cast<std::uint64_t>(offset), sizeof headers, headers)) return 0;
+  if (little_endian(headers, 4) != pe_signature) return 0;
+  return static_cast<std::uint16_t>(little_endian(headers + 4, 2));
 }
 
 FileVersion read_file_version(const std::wstring& path) {

@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cwchar>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -14,6 +13,12 @@
 #include "host/ini.h"
 #include "platform/ini.h"
 #include "test_support.h"
+
+#ifndef _WIN32
+#include <sys/resource.h>
+
+#include <csignal>
+#endif
 
 namespace nv {
 namespace {
@@ -220,19 +225,25 @@ TEST_F(SaveConfigurationTest, DirectoryAtTargetCannotBeReplaced) {
 }
 
 TEST_F(SaveConfigurationTest, KeyThatCannotBeWrittenCannotSaveSettings) {
-#ifndef _WIN32
-  GTEST_SKIP() << "needs the sharing rules of Windows files to make the profile write fail";
+#ifdef _WIN32
+  GTEST_SKIP() << "the profile writer cannot be made to fail once its file could be created";
 #else
   save_configuration(path, record, false, L"");
   const std::string before = test::read_bytes(path);
-  // An open reader allows the truncating create but not the profile writer's
-  // exclusive rewrite.
-  test::write_bytes(path + L".tmp", "held");
-  std::ifstream reader(test::to_fs(path + L".tmp"), std::ios::binary);
-  ASSERT_TRUE(reader.is_open());
   record.message = L"Changed.";
-  EXPECT_EQ(failure_of([&] { save_configuration(path, record, false, L""); }), "Cannot save settings");
+  // A disk that takes the mark and hardly more: the first key cannot be written.
+  rlimit saved{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &saved), 0);
+  rlimit small = saved;
+  small.rlim_cur = 16;
+  const auto old_handler = std::signal(SIGXFSZ, SIG_IGN);
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  const std::string failure = failure_of([&] { save_configuration(path, record, false, L""); });
+  setrlimit(RLIMIT_FSIZE, &saved);
+  std::signal(SIGXFSZ, old_handler);
+  EXPECT_EQ(failure, "Cannot save settings");
   EXPECT_EQ(test::read_bytes(path), before);
+  EXPECT_TRUE(test::file_exists(path + L".tmp"));
 #endif
 }
 

@@ -11,6 +11,8 @@
 
 #include "foundation/encoding.h"
 #include "foundation/paths.h"
+#include "host/identification.h"
+#include "installation.h"
 #include "launcher/process_values.h"
 #include "platform/fake/fake_control.h"
 #include "test_support.h"
@@ -32,83 +34,46 @@ const std::wstring signed_update = L"Compatible signed update; continuing dark m
 const std::wstring unverified_build =
     L"Automatic compatibility could not be verified. Use Normal Mode or explicitly approve this exact build.";
 
-// The least a file needs to name its processor: a DOS header pointing at the
-// PE signature and the file header's machine word; `body` makes files differ.
-std::string pe_image(std::uint16_t machine, const std::string& body) {
-  std::string bytes(64, '\0');
-  bytes[0] = 'M';
-  bytes[1] = 'Z';
-  bytes[60] = 64;
-  bytes += std::string("PE\0\0", 4);
-  std::string file_header(20, '\0');
-  file_header[0] = static_cast<char>(machine & 0xFF);
-  file_header[1] = static_cast<char>(machine >> 8);
-  return bytes + file_header + body;
-}
+using test::set_signer;
+using test::set_version;
+using test::Version;
 
-struct Version {
-  std::uint32_t major, minor, build, revision;
-  bool debug = false;
-};
-
-void set_version(const std::wstring& path, Version v) {
-  platform::FixedFileInfo info;
-  info.found = true;
-  info.length = 52;
-  info.version_ms = (v.major << 16) | v.minor;
-  info.version_ls = (v.build << 16) | v.revision;
-  info.flags = v.debug ? 1u : 0u;
-  fake::fixed_file_infos[folded_path(path)] = info;
-}
-
-void set_signer(const std::wstring& path, const std::wstring& signer) {
-  fake::signatures[{folded_path(path), 0}] = platform::SignatureCheck{true, true, signer, 0};
-}
-
-std::wstring digest_of(const std::wstring& path) {
-  const std::string hex = sha256_file_hex(path);
-  return std::wstring(hex.begin(), hex.end());
-}
-
-// A launcher folder (install_root) and beside it a good x64 installation at
-// Qt 6.11.1.0, unsigned and not listed in compatibility.ini.
-class AnalyzeHostTest : public testing::Test {
- protected:
-  void SetUp() override {
+// The scriptable platform starts afresh before the installation is made.
+struct FreshPlatform {
+  FreshPlatform() {
     fake::reset_all();
     reset_process_values();
-    install_root = dir / L"Launcher";
-    std::filesystem::create_directories(test::to_fs(install_root));
-    host = dir / L"Paltalk";
-    exe = host + L"\\Paltalk.exe";
-    core = host + L"\\Qt6Core.dll";
-    gui = host + L"\\Qt6Gui.dll";
-    widgets = host + L"\\Qt6Widgets.dll";
-    for (const auto& file : {exe, core, gui, widgets}) write_image(file, machine_amd64);
-    set_version(exe, {21, 4, 7, 3});
-    for (const auto& library : {core, gui, widgets}) set_version(library, {6, 11, 1, 0});
   }
+};
 
+// The shared installation: a launcher folder (install_root) and beside it a
+// good x64 host at Qt 6.11.1.0, unsigned and not listed in compatibility.ini.
+class AnalyzeHostTest : public testing::Test {
+ protected:
   static void write_image(const std::wstring& path, std::uint16_t machine) {
-    test::write_bytes(path, pe_image(machine, test::to_fs(path).filename().string()));
-  }
-  void sign_all() {
-    set_signer(exe, L"Paltalk US LLC");
-    for (const auto& library : {core, gui, widgets}) set_signer(library, L"The QT Company Oy");
+    test::write_bytes(path, test::pe_image(machine, test::narrowed(path)));
   }
   void write_tested(const std::wstring& hashes) {
     test::write_bytes(install_root + L"\\compatibility.ini",
-                      "[Other]\r\nHashes=x\r\n[Tested]\r\nHashes=" + std::string(hashes.begin(), hashes.end()) + "\r\n");
+                      "[Other]\r\nHashes=x\r\n[Tested]\r\nHashes=" + test::narrowed(hashes) + "\r\n");
   }
-  std::vector<std::wstring> digests() const { return {digest_of(exe), digest_of(core), digest_of(gui), digest_of(widgets)}; }
+  std::vector<std::wstring> digests() const {
+    std::vector<std::wstring> all;
+    for (const auto& file : {exe, core, gui, widgets}) all.push_back(test::widened(sha256_file_hex(file)));
+    return all;
+  }
   static std::wstring joined(const std::vector<std::wstring>& parts) {
     std::wstring text;
     for (const auto& part : parts) text += (text.empty() ? L"" : L"|") + part;
     return text;
   }
 
-  test::TempDir dir;
-  std::wstring host, exe, core, gui, widgets;
+  FreshPlatform fresh;
+  test::Installation installation;
+  test::TempDir& dir = installation.dir;
+  const std::wstring host = parent_of(installation.exe);
+  const std::wstring &exe = installation.exe, &core = installation.core, &gui = installation.gui,
+                     &widgets = installation.widgets;
 };
 
 void expect_refused(const HostAnalysis& analysis, const std::wstring& message) {
@@ -266,7 +231,7 @@ TEST_F(AnalyzeHostTest, AcceptsTheHostNameInCapitalsAndAHostWithoutVersion) {
 }
 
 TEST_F(AnalyzeHostTest, RecognizesExactlyTheTestedList) {
-  sign_all();
+  installation.sign();
   const std::vector<std::wstring> d = digests();
   write_tested(joined(d));
   HostAnalysis analysis = analyze_host(exe);
@@ -292,7 +257,7 @@ TEST_F(AnalyzeHostTest, RecognizesExactlyTheTestedList) {
 }
 
 TEST_F(AnalyzeHostTest, AcceptsASignedUpdateWithoutCompatibilityFile) {
-  sign_all();
+  installation.sign();
   const HostAnalysis analysis = analyze_host(exe);
   EXPECT_TRUE(analysis.analyzed);
   EXPECT_FALSE(analysis.recognized);
@@ -306,7 +271,7 @@ TEST_F(AnalyzeHostTest, ALibrarySignedBySomeoneElseIsUnrecognized) {
   for (const auto& file : {exe, core, gui, widgets}) {
     fake::reset_all();
     for (const auto& library : {core, gui, widgets}) set_version(library, {6, 11, 1, 0});
-    sign_all();
+    installation.sign();
     set_signer(file, L"Someone Else Ltd");
     const HostAnalysis analysis = analyze_host(exe);
     EXPECT_TRUE(analysis.analyzed);
@@ -320,7 +285,7 @@ TEST_F(AnalyzeHostTest, ALibrarySignedBySomeoneElseIsUnrecognized) {
 }
 
 TEST_F(AnalyzeHostTest, IsSignedUpdateWantsEqualRawVersionsOfReleaseLibraries) {
-  sign_all();
+  installation.sign();
   HostAnalysis record;
   record.exe_path = exe;
   EXPECT_TRUE(is_signed_update(record));
@@ -347,7 +312,7 @@ TEST_F(AnalyzeHostTest, ARefusedBuildIsNotHashed) {
   // A refusal that waited for digests it threw away would take many seconds
   // over a host this large: the file is sparse, so only reading it costs.
   write_image(widgets, machine_amd64);
-  std::filesystem::resize_file(test::to_fs(exe), std::uintmax_t{32} << 30);
+  std::filesystem::resize_file(test::to_fs(exe), std::uintmax_t{16} << 30);
   set_version(gui, {6, 11, 1, 0, true});
   const auto start = std::chrono::steady_clock::now();
   expect_refused(analyze_host(exe), qt_floor);
