@@ -4,14 +4,11 @@ import uuid
 
 import pytest
 
-from harness import HostRecord, fold, probe_environment, run, win_path, MANAGED
+from harness import MANAGED, fold, probe_environment, run, win_path
 
 NORMAL = {"Operation": "create-process", "Error": "0", "Mode": "normal"}
 FULL_DARK = {"Operation": "create-process", "Error": "0", "Mode": "full-dark"}
 QT_ONLY = {"Operation": "create-process", "Error": "0", "Mode": "qt-only"}
-FALLBACK = "\n\nStarting Paltalk normally."
-UNVERIFIED = ("Automatic compatibility could not be verified. Use Normal Mode or explicitly approve this exact "
-              "build.")
 
 
 def quoted(install) -> str:
