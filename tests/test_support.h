@@ -71,6 +71,17 @@ inline std::string read_bytes(const std::wstring& path) {
 
 inline bool file_exists(const std::wstring& path) { return std::filesystem::exists(to_fs(path)); }
 
+// The text of the failure an action raises, or "no failure".
+template <typename Action>
+std::string failure_of(Action&& action) {
+  try {
+    action();
+  } catch (const std::exception& e) {
+    return e.what();
+  }
+  return "no failure";
+}
+
 // A block as CreateProcessW takes it, from "NAME=value" entries.
 inline std::wstring raw_block(const std::vector<std::wstring>& entries) {
   std::wstring block;

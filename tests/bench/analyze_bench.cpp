@@ -4,6 +4,8 @@
 // than that one file; the last line states the ratio of the two.
 #include <benchmark/benchmark.h>
 
+#include "fastest.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -79,22 +81,8 @@ struct Installation {
   }
 };
 
-double fastest(const std::vector<double>& times) { return *std::min_element(times.begin(), times.end()); }
-
-// Keeps the fastest repetition of each benchmark for the closing comparison:
-// other work on the machine only ever adds time, so the minimum is the
-// measure least disturbed by it.
-class FastestReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "min" && !run.error_occurred)
-        times[run.run_name.function_name] = run.GetAdjustedRealTime();
-    }
-  }
-  std::map<std::string, double> times;
-};
+using nv::bench::fastest;
+using nv::bench::FastestReporter;
 
 }  // namespace
 
@@ -133,9 +121,9 @@ int main(int argc, char** argv) {
   benchmark::RunSpecifiedBenchmarks(&reporter);
   benchmark::Shutdown();
 
-  const auto analysis = reporter.times.find("analyze_host");
-  const auto largest = reporter.times.find("hash_largest_file");
-  if (analysis == reporter.times.end() || largest == reporter.times.end() || largest->second <= 0) return 1;
+  const auto analysis = reporter.milliseconds.find("analyze_host");
+  const auto largest = reporter.milliseconds.find("hash_largest_file");
+  if (analysis == reporter.milliseconds.end() || largest == reporter.milliseconds.end() || largest->second <= 0) return 1;
   std::printf("analyze_host %.2f ms, largest file alone %.2f ms (fastest repetitions)\n", analysis->second,
               largest->second);
   std::printf("ratio %.2f\n", analysis->second / largest->second);

@@ -5,6 +5,8 @@
 // states the ratio of the two throughputs; the memory line shows that the
 // digest streams the file rather than holding it.
 #include <benchmark/benchmark.h>
+
+#include "fastest.h"
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -56,22 +58,8 @@ long peak_rss_kib() {
   return usage.ru_maxrss;
 }
 
-double fastest(const std::vector<double>& times) { return *std::min_element(times.begin(), times.end()); }
-
-// Keeps the fastest repetition of each benchmark: other work on the machine
-// only ever adds time.
-class FastestReporter : public benchmark::ConsoleReporter {
- public:
-  void ReportRuns(const std::vector<Run>& runs) override {
-    ConsoleReporter::ReportRuns(runs);
-    for (const auto& run : runs) {
-      if (run.run_type == Run::RT_Aggregate && run.aggregate_name == "min" && !run.error_occurred) {
-        seconds[run.run_name.function_name] = run.GetAdjustedRealTime() / 1e3;  // reported in ms
-      }
-    }
-  }
-  std::map<std::string, double> seconds;
-};
+using nv::bench::fastest;
+using nv::bench::FastestReporter;
 
 void configure(benchmark::internal::Benchmark* b) {
   b->UseRealTime()->Unit(benchmark::kMillisecond)->Repetitions(7)->ComputeStatistics("min", fastest);
@@ -125,18 +113,17 @@ int main(int argc, char** argv) {
   benchmark::Shutdown();
   const long rss_growth = peak_rss_kib() - rss_before;
 
-  const auto project = reporter.seconds.find("sha256_file_hex");
-  const auto openssl = reporter.seconds.find("openssl_dgst");
-  const auto start = reporter.seconds.find("openssl_dgst_empty_file");
-  if (project == reporter.seconds.end() || openssl == reporter.seconds.end() || start == reporter.seconds.end()) {
-    return 1;
-  }
-  const double openssl_hashing = std::max(openssl->second - start->second, 1e-9);
-  const double project_rate = static_cast<double>(file_size) / mib / project->second;
-  const double openssl_rate = static_cast<double>(file_size) / mib / openssl_hashing;
-  std::printf("sha256_file_hex: %.0f MiB/s (%.1f ms for 64 MiB)\n", project_rate, project->second * 1e3);
+  const auto& ms = reporter.milliseconds;
+  const auto project = ms.find("sha256_file_hex");
+  const auto openssl = ms.find("openssl_dgst");
+  const auto start = ms.find("openssl_dgst_empty_file");
+  if (project == ms.end() || openssl == ms.end() || start == ms.end()) return 1;
+  const double openssl_hashing = std::max(openssl->second - start->second, 1e-6);
+  const double project_rate = static_cast<double>(file_size) / mib / (project->second / 1e3);
+  const double openssl_rate = static_cast<double>(file_size) / mib / (openssl_hashing / 1e3);
+  std::printf("sha256_file_hex: %.0f MiB/s (%.1f ms for 64 MiB)\n", project_rate, project->second);
   std::printf("openssl dgst -sha256: %.0f MiB/s (%.1f ms, less %.1f ms to start the command)\n", openssl_rate,
-              openssl->second * 1e3, start->second * 1e3);
+              openssl->second, start->second);
   std::printf("peak memory growth while hashing: %ld KiB\n", rss_growth);
   if (rss_growth > 8 * 1024) {
     std::fprintf(stderr, "the digest's memory grew with the file\n");

@@ -31,15 +31,7 @@ std::string digest_of(const std::string& bytes) {
   return nv::hex_lower(digest.data(), digest.size());
 }
 
-template <typename F>
-std::string failure_of(F&& f) {
-  try {
-    f();
-  } catch (const std::runtime_error& e) {
-    return e.what();
-  }
-  return "no failure";
-}
+using nv::test::failure_of;
 
 TEST(FileDigest, SizesAroundTheReadBuffer) {
   nv::test::TempDir dir;

@@ -112,12 +112,7 @@ TEST_F(ChainTest, SetBrowserDarkWritesOneKeyInPlace) {
 TEST_F(ChainTest, SetBrowserDarkThatCannotWriteThrowsItsWord) {
   install_root = dir / L"Tenebrix\\settings.ini";  // settings_path() is then a directory
   test::write_bytes(install_root + L"\\settings.ini\\x", "");
-  try {
-    run({L"--set-browser-dark", L"on", L"--silent"});
-    FAIL() << "no failure";
-  } catch (const std::runtime_error& e) {
-    EXPECT_STREQ(e.what(), "Cannot save settings");
-  }
+  EXPECT_EQ(test::failure_of([&] { run({L"--set-browser-dark", L"on", L"--silent"}); }), "Cannot save settings");
 }
 
 TEST_F(ChainTest, SupportAndReportAnswerWithTheirCodes) {

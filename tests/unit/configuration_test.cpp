@@ -91,14 +91,7 @@ class SaveConfigurationTest : public testing::Test {
   HostAnalysis record;
 };
 
-std::string failure_of(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const std::runtime_error& error) {
-    return error.what();
-  }
-  return "no failure";
-}
+using test::failure_of;
 
 TEST_F(SaveConfigurationTest, NewFileHasTheMarkAndTheSevenKeysInOrder) {
   save_configuration(path, record, false, L"");

@@ -12,15 +12,7 @@
 
 namespace {
 
-template <typename F>
-std::string failure_of(F&& f) {
-  try {
-    f();
-  } catch (const std::runtime_error& e) {
-    return e.what();
-  }
-  return "no failure";
-}
+using nv::test::failure_of;
 
 std::string hex(const std::vector<std::uint8_t>& bytes) { return nv::hex_lower(bytes.data(), bytes.size()); }
 

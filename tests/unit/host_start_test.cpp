@@ -104,12 +104,7 @@ TEST_F(HostStartTest, UnreadableTokenEndsWithItsWordAndStartsNothing) {
       {platform::Elevation::elevation_unavailable, "Cannot inspect launch elevation"}};
   for (const auto& [elevation, word] : cases) {
     fake::elevation = elevation;
-    try {
-      start_host(analysis, true);
-      ADD_FAILURE() << "no failure for " << word;
-    } catch (const std::runtime_error& e) {
-      EXPECT_STREQ(e.what(), word);
-    }
+    EXPECT_EQ(test::failure_of([&] { start_host(analysis, true); }), word);
   }
   EXPECT_TRUE(fake::process_starts.empty());
 }

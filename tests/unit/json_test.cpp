@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "test_support.h"
+
 #include <string>
 #include <vector>
 
@@ -8,15 +10,7 @@
 
 namespace {
 
-template <typename F>
-std::string failure_of(F&& f) {
-  try {
-    f();
-  } catch (const std::runtime_error& e) {
-    return e.what();
-  }
-  return "no failure";
-}
+using nv::test::failure_of;
 
 std::string parse_failure(const std::string& text) {
   return failure_of([&] { nv::parse_json_object(text); });
