@@ -13,7 +13,7 @@ def wine_session():
     yield
     keeper.stop()
     if display:
-        harness.kill_group(display)
+        harness.stop_display(display)
 
 
 @pytest.fixture

@@ -103,8 +103,17 @@ def start_display() -> subprocess.Popen | None:
             if proc.poll() is not None:
                 break
             time.sleep(0.1)
-        kill_group(proc)
+        stop_display(proc)
     raise RuntimeError("no free X display for Xvfb")
+
+
+def stop_display(proc: subprocess.Popen) -> None:
+    """Ends an Xvfb so that it removes its lock and socket (a killed one leaves both behind)."""
+    proc.terminate()
+    try:
+        proc.wait(timeout=10)
+    except subprocess.TimeoutExpired:
+        kill_group(proc)
 
 
 class SessionKeeper:
@@ -404,17 +413,17 @@ def message_texts(stderr: str) -> list[str]:
 
 
 def run(install: Install, *args: str, env: dict[str, str] | None = None,
-        answers: tuple[str | tuple[str, ...], ...] = (), timeout: float = 20) -> Result:
+        answers: tuple[str | tuple[str, ...], ...] = (), timeout: float = 20, trace: str = "") -> Result:
     """Runs the launcher of `install` with `args` and waits for it, answering each dialog in turn.
 
     `answers` holds one xdotool key name per dialog ("Return", "Escape", "y",
     "alt+n"), for a window titled "Tenebrix", or (title, key) for a dialog of
     another title, or (title, key, text) to type a text before the key. Each
     dialog is photographed before it is answered. A message box that was not
-    expected fails the run at once.
+    expected fails the run at once. `trace` adds Wine debug channels (",+win").
     """
     environment = base_environment(env)
-    environment["WINEDEBUG"] = "-all,+msgbox"  # the text of every message box goes to stderr
+    environment["WINEDEBUG"] = "-all,+msgbox" + trace  # the text of every message box goes to stderr
     stderr_path = install.root / f"stderr-{len(install.processes)}.txt"
     with open(stderr_path, "wb") as stderr:
         proc = subprocess.Popen(["wine", str(install.launcher), *args], env=environment, cwd=install.root,

@@ -10,7 +10,7 @@ import hashlib
 
 import pytest
 
-from harness import FIXTURES, read_ini, run, wait_for, win_path, with_machine
+from harness import read_ini, run, win_path
 
 
 def host(i):
@@ -135,23 +135,6 @@ def test_set_browser_dark_that_cannot_save_exits_1_silently(install):
     assert (result.code, result.messages) == (1, [])
 
 
-def test_probe_of_a_tested_build(install):
-    install.mark_tested()
-    assert run(install, "--probe", "--paltalk", host(install)).code == 0
-    install.assert_no_host(grace=0)
-
-
-def test_probe_of_a_build_that_cannot_be_themed(make_install):
-    install = make_install(qt="6.11.0.0")
-    assert run(install, "--probe", "--paltalk", host(install)).code == 4
-
-
-@pytest.mark.parametrize("machine", [0x14C, 0xAA64], ids=["x86", "arm64"])
-def test_probe_of_a_host_that_is_not_x64(make_install, machine):
-    install = make_install(host=with_machine((FIXTURES / "Paltalk.exe").read_bytes(), machine))
-    assert run(install, "--probe", "--paltalk", host(install)).code == 4
-
-
 def test_probe_writes_its_configuration_to_output(install):
     output = install.root / "probe.ini"
     assert run(install, "--probe", "--output", win_path(output), "--paltalk", host(install)).code == 5
@@ -222,10 +205,3 @@ def test_with_a_running_host(install, running_host, arguments, code):
     result = run(install, *arguments(install))
     assert (result.code, result.messages) == (code, [])
     assert install.record().pid == running_host.pid
-
-
-def test_configure_works_beside_a_running_host(install, running_host):
-    install.mark_tested()
-    output = install.root / "o.ini"
-    assert run(install, "--configure", "--output", win_path(output), "--paltalk", host(install)).code == 0
-    assert wait_for(output.exists, 1)
