@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "foundation/encoding.h"
 #include "host/identification.h"
@@ -15,15 +16,15 @@
 #include <windows.h>
 #endif
 
+namespace nv {
 namespace {
 
 #ifndef _WIN32
 
 TEST(ProbeFiles, ReadPeMachine_NativeExecutableIsNoPeImage) {
-  nv::test::TempDir dir;
-  const std::wstring path = dir / L"elf";
-  nv::test::write_bytes(path, std::string("\x7F" "ELF\x02\x01\x01", 7) + std::string(120, '\0'));
-  EXPECT_EQ(nv::read_pe_machine(path), 0);
+  test::TempDir dir;
+  test::write_bytes(dir / L"elf", std::string("\x7F" "ELF\x02\x01\x01", 7) + std::string(120, '\0'));
+  EXPECT_EQ(read_pe_machine(dir / L"elf"), 0);
 }
 
 #else
@@ -31,153 +32,77 @@ TEST(ProbeFiles, ReadPeMachine_NativeExecutableIsNoPeImage) {
 std::wstring fixture(const std::wstring& name) {
   wchar_t module[MAX_PATH] = {};
   GetModuleFileNameW(nullptr, module, MAX_PATH);
-  std::wstring path = module;
-  path.erase(path.find_last_of(L"\\/") + 1);
-  return path + L"probe_fixtures\\" + name;
-}
-
-bool running_under_wine() {
-  HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
-  return ntdll != nullptr && GetProcAddress(ntdll, "wine_get_version") != nullptr;
+  const std::wstring path = module;
+  return path.substr(0, path.find_last_of(L"\\/") + 1) + L"probe_fixtures\\" + name;
 }
 
 constexpr const char* root_hint =
     "; a signed fixture does not verify: is the test root in the system store? (tests/pki/install-root.sh "
     "<build>/pki/root.crt)";
+constexpr std::uint32_t unset = 0xDEADBEEF;
 
-// --- headers and version resources -------------------------------------------
-
-TEST(ProbeFiles, ReadPeMachine_RealLibrariesAndThisProgram) {
-  EXPECT_EQ(nv::read_pe_machine(fixture(L"qt_release.dll")), nv::machine_amd64);
-  EXPECT_EQ(nv::read_pe_machine(fixture(L"signed_dual.dll")), nv::machine_amd64);
-  wchar_t self[MAX_PATH] = {};
-  GetModuleFileNameW(nullptr, self, MAX_PATH);
-  EXPECT_EQ(nv::read_pe_machine(self), nv::machine_amd64);
+TEST(ProbeFiles, HeadersAndVersionsOfRealLibraries) {
+  EXPECT_EQ(platform::read_fixed_file_info(fixture(L"qt_release.dll")).length, 52u);
+  // The fixed file version, not the product version; the debug bit without
+  // the mask; a signature changes neither headers nor resources.
+  const std::tuple<const wchar_t*, bool, const wchar_t*, bool, bool, std::uint32_t, std::uint32_t> cases[] = {
+      // file, resource found, version, debug, check_qt_dll and its words
+      {L"qt_release.dll", true, L"6.11.1.0", false, true, 0x0006000B, 0x00010000},
+      {L"signed_dual.dll", true, L"6.11.1.0", false, true, 0x0006000B, 0x00010000},
+      {L"qt_old.dll", true, L"6.11.0.5", false, false, 0x0006000B, 0x00000005},
+      {L"qt_debug.dll", true, L"6.11.1.0", true, false, unset, unset},
+      {L"no_version.dll", false, L"0.0.0.0", false, false, unset, unset},
+      {L"absent.dll", false, L"0.0.0.0", false, false, unset, unset},
+  };
+  for (const auto& [name, found, text, debug, qt, version_ms, version_ls] : cases) {
+    SCOPED_TRACE(to_utf8(name));
+    EXPECT_EQ(read_pe_machine(fixture(name)), std::wstring(name) == L"absent.dll" ? 0 : machine_amd64);
+    EXPECT_EQ(platform::read_fixed_file_info(fixture(name)).found, found);
+    const FileVersion version = read_file_version(fixture(name));
+    EXPECT_EQ(version_text(version), text);
+    EXPECT_EQ(version.debug, debug);
+    std::uint32_t ms = unset, ls = unset;
+    EXPECT_EQ(check_qt_dll(fixture(name), ms, ls), qt);
+    EXPECT_EQ(ms, version_ms);
+    EXPECT_EQ(ls, version_ls);
+  }
 }
 
-TEST(ProbeFiles, FixedFileInfoOfARelease) {
-  const nv::platform::FixedFileInfo info = nv::platform::read_fixed_file_info(fixture(L"qt_release.dll"));
-  ASSERT_TRUE(info.found);
-  EXPECT_EQ(info.length, 52u);
-  EXPECT_EQ(info.version_ms, 0x0006000Bu);
-  EXPECT_EQ(info.version_ls, 0x00010000u);
-  EXPECT_EQ(info.flags, 0u);
-}
-
-TEST(ProbeFiles, ReadFileVersion_ReadsTheFileVersionNotTheProductVersion) {
-  const nv::FileVersion version = nv::read_file_version(fixture(L"qt_release.dll"));
-  EXPECT_EQ(nv::version_text(version), L"6.11.1.0");
-  EXPECT_FALSE(version.debug);
-  EXPECT_EQ(nv::version_text(nv::read_file_version(fixture(L"qt_old.dll"))), L"6.11.0.5");
-}
-
-TEST(ProbeFiles, ReadFileVersion_DebugFlagWithoutTheMask) {
-  const nv::FileVersion version = nv::read_file_version(fixture(L"qt_debug.dll"));
-  EXPECT_TRUE(version.debug);
-  EXPECT_EQ(nv::version_text(version), L"6.11.1.0");
-}
-
-TEST(ProbeFiles, ReadFileVersion_NoResourceOrNoFile) {
-  EXPECT_FALSE(nv::platform::read_fixed_file_info(fixture(L"no_version.dll")).found);
-  EXPECT_EQ(nv::version_text(nv::read_file_version(fixture(L"no_version.dll"))), L"0.0.0.0");
-  EXPECT_FALSE(nv::platform::read_fixed_file_info(fixture(L"absent.dll")).found);
-  EXPECT_EQ(nv::version_text(nv::read_file_version(fixture(L"absent.dll"))), L"0.0.0.0");
-}
-
-TEST(ProbeFiles, CheckQtDll_OnRealLibraries) {
-  std::uint32_t ms = 0xDEADBEEF, ls = 0xDEADBEEF;
-  EXPECT_TRUE(nv::check_qt_dll(fixture(L"qt_release.dll"), ms, ls));
-  EXPECT_EQ(ms, 0x0006000Bu);
-  EXPECT_EQ(ls, 0x00010000u);
-
-  ms = ls = 0xDEADBEEF;
-  EXPECT_FALSE(nv::check_qt_dll(fixture(L"qt_old.dll"), ms, ls));
-  EXPECT_EQ(ms, 0x0006000Bu);
-  EXPECT_EQ(ls, 0x00000005u);
-
-  ms = ls = 0xDEADBEEF;
-  EXPECT_FALSE(nv::check_qt_dll(fixture(L"qt_debug.dll"), ms, ls));
-  EXPECT_FALSE(nv::check_qt_dll(fixture(L"no_version.dll"), ms, ls));
-  EXPECT_FALSE(nv::check_qt_dll(fixture(L"absent.dll"), ms, ls));
-  EXPECT_EQ(ms, 0xDEADBEEFu);
-  EXPECT_EQ(ls, 0xDEADBEEFu);
-
-  // A signature changes neither headers nor resources.
-  EXPECT_TRUE(nv::check_qt_dll(fixture(L"signed_dual.dll"), ms, ls));
-}
-
-TEST(ProbeFiles, FingerprintOfARealLibrary) {
-  const std::string bytes = nv::test::read_bytes(fixture(L"signed_paltalk.dll"));
-  ASSERT_FALSE(bytes.empty());
-  const auto digest = nv::sha256_bytes(bytes);
-  const std::string hex = nv::hex_lower(digest.data(), digest.size());
-  EXPECT_EQ(nv::file_fingerprint(fixture(L"signed_paltalk.dll")), std::wstring(hex.begin(), hex.end()));
-}
-
-// --- signatures ----------------------------------------------------------------
-
-TEST(ProbeSignatures, UnsignedFileFails) {
-  EXPECT_FALSE(nv::platform::check_signature(fixture(L"qt_release.dll"), std::nullopt).verified);
-  EXPECT_FALSE(nv::signed_by(fixture(L"qt_release.dll"), L"Paltalk US LLC"));
-  std::uint32_t count = 99;
-  EXPECT_FALSE(nv::signed_by_at(fixture(L"qt_release.dll"), 0, L"Paltalk US LLC", &count));
-  EXPECT_EQ(count, 99u);
-  EXPECT_FALSE(nv::signed_by(fixture(L"absent.dll"), L"Paltalk US LLC"));
-}
-
-TEST(ProbeSignatures, RightNameInAnotherCase) {
-  const auto check = nv::platform::check_signature(fixture(L"signed_paltalk.dll"), std::nullopt);
-  ASSERT_TRUE(check.verified) << root_hint;
-  EXPECT_TRUE(check.signer_found);
-  EXPECT_EQ(check.signer_name, L"Paltalk US LLC");
-  EXPECT_TRUE(nv::signed_by(fixture(L"signed_paltalk.dll"), L"Paltalk US LLC"));
-  EXPECT_TRUE(nv::signed_by(fixture(L"signed_paltalk.dll"), L"PALTALK us llc"));
-}
-
-TEST(ProbeSignatures, NameThatMerelyContainsTheSubjectFails) {
-  ASSERT_TRUE(nv::signed_by(fixture(L"signed_europe.dll"), L"Paltalk US LLC Europe")) << root_hint;
-  EXPECT_FALSE(nv::signed_by(fixture(L"signed_europe.dll"), L"Paltalk US LLC"));
-}
-
-TEST(ProbeSignatures, OtherSignerFails) {
-  ASSERT_TRUE(nv::signed_by(fixture(L"signed_someone.dll"), L"Someone Else")) << root_hint;
-  EXPECT_FALSE(nv::signed_by(fixture(L"signed_someone.dll"), L"Paltalk US LLC"));
-  EXPECT_TRUE(nv::signed_by(fixture(L"signed_qt.dll"), L"The QT Company Oy"));
-  EXPECT_TRUE(nv::signed_by(fixture(L"signed_qt.dll"), L"The Qt Company Oy"));
-}
-
-TEST(ProbeSignatures, BrokenSignatureFails) {
-  ASSERT_TRUE(nv::signed_by(fixture(L"signed_paltalk.dll"), L"Paltalk US LLC")) << root_hint;
-  EXPECT_FALSE(nv::platform::check_signature(fixture(L"signed_broken.dll"), std::nullopt).verified);
-  EXPECT_FALSE(nv::signed_by(fixture(L"signed_broken.dll"), L"Paltalk US LLC"));
-  EXPECT_FALSE(nv::signed_by_at(fixture(L"signed_broken.dll"), 0, L"Paltalk US LLC"));
-}
-
-TEST(ProbeSignatures, DualSignature_PrimaryAndSecondaryCount) {
-  EXPECT_TRUE(nv::signed_by(fixture(L"signed_dual.dll"), L"Paltalk US LLC")) << root_hint;
-  EXPECT_FALSE(nv::signed_by(fixture(L"signed_dual.dll"), L"The QT Company Oy"));
-  std::uint32_t count = 99;
-  EXPECT_TRUE(nv::signed_by_at(fixture(L"signed_dual.dll"), 0, L"Paltalk US LLC", &count));
-  EXPECT_EQ(count, 1u);
-  count = 99;
-  EXPECT_FALSE(nv::signed_by_at(fixture(L"signed_dual.dll"), 0, L"The QT Company Oy", &count));
-  EXPECT_EQ(count, 1u);
-  count = 99;
-  EXPECT_TRUE(nv::signed_by_at(fixture(L"signed_paltalk.dll"), 0, L"Paltalk US LLC", &count));
-  EXPECT_EQ(count, 0u);
+TEST(ProbeSignatures, VerifiedSignerByWholeNameInAnyCaseAndTheCountOfFurtherSignatures) {
+  ASSERT_TRUE(platform::check_signature(fixture(L"signed_paltalk.dll"), std::nullopt).verified) << root_hint;
+  const std::tuple<const wchar_t*, const wchar_t*, bool, std::uint32_t> cases[] = {
+      // file, expected subject, result of signed_by and signed_by_at index 0, count of further signatures
+      {L"signed_paltalk.dll", L"Paltalk US LLC", true, 0}, {L"signed_paltalk.dll", L"PALTALK us llc", true, 0},
+      {L"signed_europe.dll", L"Paltalk US LLC Europe", true, 0}, {L"signed_europe.dll", L"Paltalk US LLC", false, 0},
+      {L"signed_someone.dll", L"Someone Else", true, 0}, {L"signed_someone.dll", L"Paltalk US LLC", false, 0},
+      {L"signed_qt.dll", L"The QT Company Oy", true, 0}, {L"signed_qt.dll", L"The Qt Company Oy", true, 0},
+      {L"signed_dual.dll", L"Paltalk US LLC", true, 1}, {L"signed_dual.dll", L"The QT Company Oy", false, 1},
+      {L"signed_broken.dll", L"Paltalk US LLC", false, unset}, {L"qt_release.dll", L"Paltalk US LLC", false, unset},
+      {L"absent.dll", L"Paltalk US LLC", false, unset},
+  };
+  for (const auto& [name, subject, result, further] : cases) {
+    SCOPED_TRACE(to_utf8(name) + " " + to_utf8(subject));
+    EXPECT_EQ(signed_by(fixture(name), subject), result);
+    std::uint32_t count = unset;
+    EXPECT_EQ(signed_by_at(fixture(name), 0, subject, &count), result);
+    EXPECT_EQ(count, further);
+  }
 }
 
 TEST(ProbeSignatures, DualSignature_SecondSignatureByIndex) {
-  const auto second = nv::platform::check_signature(fixture(L"signed_dual.dll"), 1u);
-  if (running_under_wine() && second.verified && second.signer_name == L"Paltalk US LLC") {
+  const auto second = platform::check_signature(fixture(L"signed_dual.dll"), 1u);
+  HMODULE ntdll = GetModuleHandleW(L"ntdll.dll");
+  const bool wine = ntdll && GetProcAddress(ntdll, "wine_get_version");
+  if (wine && second.verified && second.signer_name == L"Paltalk US LLC") {
     GTEST_SKIP() << "Platform gap: Wine ignores the index of WSS_VERIFY_SPECIFIC and reports the primary signer "
                     "for index 1; the per-signature rule is covered against the scriptable trust backend";
   }
-  EXPECT_TRUE(nv::signed_by_at(fixture(L"signed_dual.dll"), 1, L"The QT Company Oy"));
-  EXPECT_FALSE(nv::signed_by_at(fixture(L"signed_dual.dll"), 1, L"Paltalk US LLC"));
-  EXPECT_FALSE(nv::signed_by_at(fixture(L"signed_paltalk.dll"), 1, L"Paltalk US LLC"));
+  EXPECT_TRUE(signed_by_at(fixture(L"signed_dual.dll"), 1, L"The QT Company Oy"));
+  EXPECT_FALSE(signed_by_at(fixture(L"signed_dual.dll"), 1, L"Paltalk US LLC"));
+  EXPECT_FALSE(signed_by_at(fixture(L"signed_paltalk.dll"), 1, L"Paltalk US LLC"));
 }
 
 #endif
 
 }  // namespace
+}  // namespace nv
