@@ -311,20 +311,8 @@ class Install:
 
     def settle(self, timeout: float = 10) -> list[int]:
         """Waits until no process of this case is left; kills stragglers by id and returns them."""
-        marks = (str(self.root) + "/", win_path(self.root).lower() + "\\")
-
         def ours() -> list[int]:
-            found = []
-            for proc in Path("/proc").iterdir():
-                if not proc.name.isdigit():
-                    continue
-                try:
-                    cmdline = (proc / "cmdline").read_bytes().replace(b"\0", b" ").decode(errors="replace")
-                except OSError:
-                    continue
-                if marks[0] in cmdline or marks[1] in cmdline.lower():
-                    found.append(int(proc.name))
-            return found
+            return list(case_processes(self))
 
         if wait_for(lambda: not ours(), timeout):
             return []
@@ -335,6 +323,22 @@ class Install:
             except ProcessLookupError:
                 pass
         return stragglers
+
+
+def case_processes(install: Install) -> dict[int, str]:
+    """Processes whose command line names a file of this case: pid -> command line."""
+    marks = (str(install.root) + "/", win_path(install.root).lower() + "\\")
+    found = {}
+    for proc in Path("/proc").iterdir():
+        if not proc.name.isdigit():
+            continue
+        try:
+            cmdline = (proc / "cmdline").read_bytes().replace(b"\0", b" ").decode(errors="replace")
+        except OSError:
+            continue
+        if marks[0] in cmdline or marks[1] in cmdline.lower():
+            found[int(proc.name)] = cmdline
+    return found
 
 
 def make_install(name: str, qt: str | dict[str, str] = "6.11.1.0", plugin: bool = True,

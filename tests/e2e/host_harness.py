@@ -241,26 +241,10 @@ def sign_host(pki: Path, install: Install, host_signer: str = "paltalk",
 
 # --- Processes of a case ------------------------------------------------------------
 
-def case_processes(install: Install) -> dict[int, str]:
-    """Processes whose command line names a file of this case: pid -> command line."""
-    marks = (str(install.root) + "/", win_path(install.root).lower() + "\\")
-    found = {}
-    for proc in Path("/proc").iterdir():
-        if not proc.name.isdigit():
-            continue
-        try:
-            cmdline = (proc / "cmdline").read_bytes().replace(b"\0", b" ").decode(errors="replace")
-        except OSError:
-            continue
-        if marks[0] in cmdline or marks[1] in cmdline.lower():
-            found[int(proc.name)] = cmdline
-    return found
-
-
 def running_images(install: Install) -> list[str]:
     """Lower-cased file names of the Windows programs of this case that run now."""
     names = []
-    for cmdline in case_processes(install).values():
+    for cmdline in harness.case_processes(install).values():
         first = cmdline.strip().split(" ")[0] if not cmdline.startswith('"') else cmdline[1:].split('"')[0]
         names.append(first.replace("/", "\\").rpartition("\\")[2].lower())
     return names

@@ -7,22 +7,19 @@
 #include "launcher/process_values.h"
 #include "platform/dialogs.h"
 #include "platform/fake/fake_control.h"
-#include "test_support.h"
+#include "installation.h"
 
 namespace nv {
 namespace {
 
-class ChainTest : public testing::Test {
+class ChainTest : public test::FreshProcessTest {
  protected:
   void SetUp() override {
-    fake::reset_all();
-    reset_process_values();
     install_root = dir / L"Tenebrix";
     test::write_bytes(install_root + L"\\plugins\\styles\\Nightveil.dll", "plugin");
     host = dir / L"Paltalk\\Paltalk.exe";
     test::write_bytes(host, "MZ");
   }
-  void TearDown() override { reset_process_values(); }
   std::int32_t run(const Arguments& arguments) { return run_launcher(arguments); }
   test::TempDir dir;
   std::wstring host;

@@ -4,7 +4,7 @@
 
 #include "launcher/process_values.h"
 #include "platform/fake/fake_control.h"
-#include "test_support.h"
+#include "installation.h"
 
 namespace nv {
 namespace {
@@ -30,11 +30,9 @@ Entries entries_of(const std::vector<std::uint16_t>& block) {
   return entries;
 }
 
-class LaunchEnvironmentTest : public testing::Test {
+class LaunchEnvironmentTest : public test::FreshProcessTest {
  protected:
   void SetUp() override {
-    fake::reset_all();
-    reset_process_values();
     install_root = dir.path();
     analysis.exe_path = L"C:\\P\\Paltalk.exe";
     analysis.hashes = L"h1|h2|h3|h4";

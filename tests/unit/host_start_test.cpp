@@ -5,21 +5,18 @@
 #include "host/ini.h"
 #include "launcher/process_values.h"
 #include "platform/fake/fake_control.h"
-#include "test_support.h"
+#include "installation.h"
 
 namespace nv {
 namespace {
 
-class HostStartTest : public testing::Test {
+class HostStartTest : public test::FreshProcessTest {
  protected:
   void SetUp() override {
-    fake::reset_all();
-    reset_process_values();
     install_root = dir.path();
     analysis.exe_path = L"C:\\P\\Paltalk.exe";
     analysis.hashes = L"h";
   }
-  void TearDown() override { reset_process_values(); }
   std::wstring status(const wchar_t* key) { return read_ini_value(install_root + L"\\last-status.ini", L"Launch", key); }
   test::TempDir dir;
   HostAnalysis analysis;

@@ -2,6 +2,8 @@
 // A scratch launcher folder and, beside it, a host installation made of
 // minimal x64 images whose version resources and signatures come from the
 // scriptable platform.
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 
@@ -12,6 +14,17 @@
 #include "test_support.h"
 
 namespace nv::test {
+
+// A test that starts like a fresh process: no scripted platform answers, no
+// process-wide values left by an earlier test.
+class FreshProcessTest : public testing::Test {
+ protected:
+  FreshProcessTest() {
+    fake::reset_all();
+    reset_process_values();
+  }
+  ~FreshProcessTest() override { reset_process_values(); }
+};
 
 // The least a file needs to name its processor: a DOS header pointing at the
 // PE signature and the file header's machine word; `body` makes files differ.

@@ -21,14 +21,9 @@ const std::wstring launch_prompt =
     L"enable it. No: use normal appearance. Cancel: do not launch.";
 constexpr unsigned launch_prompt_flags = platform::mb_yesnocancel | platform::mb_iconwarning | platform::mb_defbutton2;
 
-class LaunchFlowTest : public testing::Test {
+class LaunchFlowTest : public test::FreshProcessTest {
  protected:
-  void SetUp() override {
-    fake::reset_all();
-    reset_process_values();
-    install = std::make_unique<test::Installation>();
-  }
-  void TearDown() override { reset_process_values(); }
+  void SetUp() override { install = std::make_unique<test::Installation>(); }
 
   std::int32_t launch(Arguments arguments = {}) { return run_launcher(with_host(std::move(arguments))); }
   Arguments with_host(Arguments arguments) const {
