@@ -30,18 +30,11 @@ Entries entries_of(const std::vector<std::uint16_t>& block) {
   return entries;
 }
 
-class LaunchEnvironmentTest : public test::FreshProcessTest {
+class LaunchEnvironmentTest : public test::StartingHostTest {
  protected:
-  void SetUp() override {
-    install_root = dir.path();
-    analysis.exe_path = L"C:\\P\\Paltalk.exe";
-    analysis.hashes = L"h1|h2|h3|h4";
-  }
   Entries build(const Entries& parent, bool dark) {
     return entries_of(build_launch_environment_from(test::raw_block(parent), analysis, dark));
   }
-  test::TempDir dir;
-  HostAnalysis analysis;
 };
 
 TEST_F(LaunchEnvironmentTest, NormalKeepsParentSortedWithOddEntries) {

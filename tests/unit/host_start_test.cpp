@@ -10,16 +10,9 @@
 namespace nv {
 namespace {
 
-class HostStartTest : public test::FreshProcessTest {
+class HostStartTest : public test::StartingHostTest {
  protected:
-  void SetUp() override {
-    install_root = dir.path();
-    analysis.exe_path = L"C:\\P\\Paltalk.exe";
-    analysis.hashes = L"h";
-  }
   std::wstring status(const wchar_t* key) { return read_ini_value(install_root + L"\\last-status.ini", L"Launch", key); }
-  test::TempDir dir;
-  HostAnalysis analysis;
 };
 
 TEST_F(HostStartTest, DarkStartPassesStyleAndRecordsFullDark) {

@@ -9,6 +9,7 @@
 
 #include "foundation/encoding.h"
 #include "foundation/paths.h"
+#include "host/host_analysis.h"
 #include "launcher/process_values.h"
 #include "platform/fake/fake_control.h"
 #include "test_support.h"
@@ -24,6 +25,18 @@ class FreshProcessTest : public testing::Test {
     reset_process_values();
   }
   ~FreshProcessTest() override { reset_process_values(); }
+};
+
+// A launcher in a scratch folder about to start a host that was analysed elsewhere.
+class StartingHostTest : public FreshProcessTest {
+ protected:
+  StartingHostTest() {
+    install_root = dir.path();
+    analysis.exe_path = L"C:\\P\\Paltalk.exe";
+    analysis.hashes = L"h1|h2|h3|h4";
+  }
+  TempDir dir;
+  HostAnalysis analysis;
 };
 
 // The least a file needs to name its processor: a DOS header pointing at the
