@@ -4,7 +4,8 @@
 #include <string_view>
 
 #include "foundation/paths.h"
-#include "launcher/process_values.h"
+#include "foundation/sentences.h"
+#include "foundation/process_values.h"
 #include "platform/dialogs.h"
 #include "platform/known_folders.h"
 
@@ -112,8 +113,8 @@ HostAnswer answer_for_button(int button, const std::vector<std::wstring>& candid
 
 std::wstring pick_host_file() {
   platform::FileOpenDialog dialog;
-  dialog.title = L"Locate the installed Paltalk.exe";
-  dialog.type_name = L"Paltalk executable";
+  dialog.title = sentence::locate_host_title;
+  dialog.type_name = sentence::host_file_type;
   dialog.type_pattern = L"Paltalk.exe";
   dialog.options = platform::fos_forcefilesystem | platform::fos_pathmustexist | platform::fos_filemustexist;
   return platform::open_file_dialog(dialog);
@@ -125,16 +126,16 @@ std::wstring choose_host() {
   if (silent_mode) return {};
   if (candidates.empty()) {
     show_message(
-        L"Paltalk was not found. Install Paltalk first, or select an existing Paltalk.exe in the next dialog.",
+        sentence::host_missing,
         platform::mb_iconinformation);
     return pick_host_file();
   }
   platform::CommandLinkDialog dialog;
   dialog.window_title = product_title;
-  dialog.main_instruction = L"Choose the Paltalk installation to theme";
+  dialog.main_instruction = sentence::choose_host_instruction;
   for (std::size_t i = 0; i < candidates.size(); ++i)
     dialog.buttons.push_back({first_candidate_button + static_cast<int>(i), candidates[i]});
-  dialog.buttons.push_back({browse_button, L"Browse for another installation"});
+  dialog.buttons.push_back({browse_button, sentence::browse_for_host});
   const HostAnswer answer = answer_for_button(platform::command_link_dialog(dialog), candidates);
   return answer.browse ? pick_host_file() : answer.path;
 }

@@ -7,25 +7,13 @@
 #include <utility>
 
 #include "foundation/paths.h"
+#include "foundation/sentences.h"
 #include "host/identification.h"
 #include "host/ini.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 
 namespace nv {
 namespace {
-
-const wchar_t* const select_host = L"Select the installed Paltalk.exe.";
-const wchar_t* const host_not_x64 =
-    L"This theme requires x64 Paltalk. Native ARM64 and 32-bit Paltalk are not supported.";
-const wchar_t* const qt_missing = L"Required x64 Qt DLLs are missing from the Paltalk installation.";
-const wchar_t* const qt_below_floor = L"This plugin requires release Qt 6.11.1 or newer within Qt 6.";
-const wchar_t* const qt_mismatch =
-    L"Paltalk's Qt DLL versions do not match. Repair Paltalk before installing the theme.";
-const wchar_t* const recognized_build = L"Recognized build; camera fix still needs live hardware validation.";
-const wchar_t* const signed_update =
-    L"Compatible signed update; continuing dark mode with best-effort compatibility.";
-const wchar_t* const unverified_build =
-    L"Automatic compatibility could not be verified. Use Normal Mode or explicitly approve this exact build.";
 
 const wchar_t* const qt_libraries[] = {L"Qt6Core.dll", L"Qt6Gui.dll", L"Qt6Widgets.dll"};
 
@@ -47,8 +35,8 @@ HostAnalysis analyze_host(std::wstring path) {
   HostAnalysis analysis;
   analysis.exe_path = normal_path(path);
   if (!is_regular_file(analysis.exe_path) || fold_ascii(name_of(analysis.exe_path)) != L"paltalk.exe")
-    return refused(std::move(analysis), select_host);
-  if (read_pe_machine(analysis.exe_path) != machine_amd64) return refused(std::move(analysis), host_not_x64);
+    return refused(std::move(analysis), sentence::select_host);
+  if (read_pe_machine(analysis.exe_path) != machine_amd64) return refused(std::move(analysis), sentence::host_not_x64);
   // Recorded for the report, not judged: a host without a version resource goes on.
   analysis.host_version = version_text(read_file_version(analysis.exe_path));
 
@@ -59,14 +47,14 @@ HostAnalysis analyze_host(std::wstring path) {
   for (std::size_t i = 1; i < files.size(); ++i) {
     const std::wstring& library = files[i];
     if (!is_regular_file(library) || read_pe_machine(library) != machine_amd64)
-      return refused(std::move(analysis), qt_missing);
+      return refused(std::move(analysis), sentence::qt_missing);
     const FileVersion version = read_file_version(library);
-    if (!meets_qt_floor(version)) return refused(std::move(analysis), qt_below_floor);
+    if (!meets_qt_floor(version)) return refused(std::move(analysis), sentence::qt_below_floor);
     const std::wstring text = version_text(version);
     if (i == 1) {
       analysis.qt_version = text;
     } else if (text != analysis.qt_version) {
-      return refused(std::move(analysis), qt_mismatch);
+      return refused(std::move(analysis), sentence::qt_mismatch);
     }
   }
 
@@ -86,10 +74,10 @@ HostAnalysis analyze_host(std::wstring path) {
 
   // Exactly one tested build, compared as written: nothing is folded.
   analysis.recognized =
-      analysis.hashes == read_ini_value(install_root + L"\\compatibility.ini", L"Tested", L"Hashes");
+      analysis.hashes == read_ini_value(compatibility_path(), L"Tested", L"Hashes");
   // A recognized build needs no signature.
   analysis.compatible = analysis.recognized || is_signed_update(analysis);
-  analysis.message = analysis.recognized ? recognized_build : analysis.compatible ? signed_update : unverified_build;
+  analysis.message = analysis.recognized ? sentence::recognized_build : analysis.compatible ? sentence::signed_update : sentence::unverified_build;
   return analysis;
 }
 

@@ -6,13 +6,14 @@
 
 #include "foundation/encoding.h"
 #include "foundation/paths.h"
+#include "foundation/sentences.h"
 #include "host/configuration.h"
 #include "host/discovery.h"
 #include "host/ini.h"
 #include "host/verdict.h"
-#include "launcher/exit_code.h"
+#include "foundation/exit_code.h"
 #include "launcher/launch_flow.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "launcher/shortcuts.h"
 #include "platform/dialogs.h"
 #include "platform/files.h"
@@ -121,7 +122,7 @@ std::int32_t run_launcher(const Arguments& arguments) {
   if (option_present(arguments, L"--probe")) return probe(arguments, host_path);
 
   if (!given_host.empty() && !path_exists(given_host)) {
-    show_message(L"The specified Paltalk.exe was not found.", platform::mb_iconerror);
+    show_message(sentence::host_not_found, platform::mb_iconerror);
     return exit_code::not_acceptable;
   }
   if (host_path.empty() || !is_regular_file(host_path)) host_path = choose_host();
@@ -139,7 +140,7 @@ int run_process() {
     code = run_launcher(arguments);
   } catch (const std::exception&) {
     if (!silent_mode)
-      platform::message_box(entry_failure_message, product_title, platform::mb_iconerror);
+      platform::message_box(sentence::entry_failure, product_title, platform::mb_iconerror);
     code = exit_code::entry_failure;
   }
   platform::com_uninitialize();

@@ -20,9 +20,4 @@ bool option_present(const Arguments& arguments, const std::wstring& name);
 // when name is absent or last.
 std::wstring option_value(const Arguments& arguments, const std::wstring& name);
 
-// The entry's only message, for every failure that reaches it.
-inline const std::wstring entry_failure_message =
-    L"The theme launcher could not read or save its files. Reinstall the theme or select a readable Paltalk "
-    L"installation.";
-
 }  // namespace nv

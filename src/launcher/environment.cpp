@@ -2,7 +2,7 @@
 
 #include "host/ini.h"
 #include "launcher/browser_arguments.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "platform/system.h"
 
 namespace nv {
@@ -92,21 +92,20 @@ void save_and_set_variable(LaunchEnvironment& environment, const std::wstring& n
   assign(environment, name, value);
 }
 
-std::vector<std::uint16_t> build_launch_environment_from(const std::wstring& parent_block,
-                                                         const HostAnalysis& analysis, bool dark) {
+std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent_block, const ThemeValues& theme) {
   LaunchEnvironment environment = parse_environment_block(parent_block);
   restore_saved_variable(environment, webview_background_variable, webview_background_prefix);
   restore_saved_variable(environment, webview_arguments_variable, webview_arguments_prefix);
   for (const wchar_t* owned : {L"QT_PLUGIN_PATH", L"QT_STYLE_OVERRIDE", L"NIGHTVEIL_HOME", L"NIGHTVEIL_HASHES",
                                L"NIGHTVEIL_DIAGNOSTICS"})
     environment.erase(owned);
-  if (dark) {
-    assign(environment, L"QT_PLUGIN_PATH", install_root + L"\\plugins");
+  if (theme.dark) {
+    assign(environment, L"QT_PLUGIN_PATH", theme.install_root + L"\\plugins");
     assign(environment, L"QT_STYLE_OVERRIDE", L"Nightveil");
-    assign(environment, L"NIGHTVEIL_HOME", install_root);
-    assign(environment, L"NIGHTVEIL_HASHES", analysis.hashes);
-    if (!diagnostic_layout_path.empty()) assign(environment, L"NIGHTVEIL_DIAGNOSTICS", diagnostic_layout_path);
-    if (browser_dark_enabled()) {
+    assign(environment, L"NIGHTVEIL_HOME", theme.install_root);
+    assign(environment, L"NIGHTVEIL_HASHES", theme.hashes);
+    if (!theme.diagnostic_layout.empty()) assign(environment, L"NIGHTVEIL_DIAGNOSTICS", theme.diagnostic_layout);
+    if (theme.browser_dark) {
       save_and_set_variable(environment, webview_background_variable, webview_background_prefix,
                             dark_background_color);
       auto arguments = environment.find(webview_arguments_variable);
@@ -119,7 +118,10 @@ std::vector<std::uint16_t> build_launch_environment_from(const std::wstring& par
 }
 
 std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark) {
-  return build_launch_environment_from(platform::environment_block(), analysis, dark);
+  // The settings file is read only when its answer matters.
+  const bool browser_dark = dark && browser_dark_enabled();
+  return compute_launch_environment(platform::environment_block(),
+                                    {dark, install_root, analysis.hashes, diagnostic_layout_path, browser_dark});
 }
 
 }  // namespace nv

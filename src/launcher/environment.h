@@ -20,14 +20,22 @@ inline const std::wstring webview_background_prefix = L"TENEBRIX_WEBVIEW_BACKGRO
 inline const std::wstring webview_arguments_prefix = L"TENEBRIX_WEBVIEW_ARGS";
 inline const std::wstring dark_background_color = L"FF202328";
 
-// The block for CreateProcessW with CREATE_UNICODE_ENVIRONMENT, built from this
-// process's own environment.
-std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark);
+// What the theme hands the host, gathered before the block is computed.
+struct ThemeValues {
+  bool dark = false;
+  std::wstring install_root;
+  std::wstring hashes;
+  std::wstring diagnostic_layout;  // empty when not given
+  bool browser_dark = true;
+};
 
-// The same from a given raw block (entries ending in NUL, then NUL), so the
-// change can be seen on literal data.
-std::vector<std::uint16_t> build_launch_environment_from(const std::wstring& parent_block,
-                                                         const HostAnalysis& analysis, bool dark);
+// The host's block from a given raw block (entries ending in NUL, then NUL):
+// a pure function of its arguments.
+std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent_block, const ThemeValues& theme);
+
+// The block for CreateProcessW with CREATE_UNICODE_ENVIRONMENT: this process's
+// environment, the process-wide values and settings.ini put through the above.
+std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark);
 
 LaunchEnvironment parse_environment_block(const std::wstring& block);
 std::vector<std::uint16_t> write_environment_block(const LaunchEnvironment& environment);

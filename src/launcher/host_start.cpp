@@ -6,7 +6,7 @@
 #include "foundation/paths.h"
 #include "launcher/browser_arguments.h"
 #include "launcher/environment.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "platform/ini.h"
 #include "platform/process_start.h"
 
@@ -63,7 +63,7 @@ bool start_host(const HostAnalysis& analysis, bool dark) {
 void write_last_status(const std::wstring& operation, std::uint32_t error, bool dark) {
   // A note for the support report: no failure here may change the launch.
   try {
-    const std::wstring path = install_root + L"\\last-status.ini";
+    const std::wstring path = last_status_path();
     if (!platform::write_profile_string(path, L"Launch", L"Operation", operation)) return;
     if (!platform::write_profile_string(path, L"Launch", L"Error", std::to_wstring(error))) return;
     platform::write_profile_string(path, L"Launch", L"Mode", launch_mode_word(dark));

@@ -1,12 +1,13 @@
 #include "launcher/launch_flow.h"
 
 #include "foundation/paths.h"
+#include "foundation/sentences.h"
 #include "host/configuration.h"
 #include "host/ini.h"
 #include "host/verdict.h"
-#include "launcher/exit_code.h"
+#include "foundation/exit_code.h"
 #include "launcher/host_start.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "platform/dialogs.h"
 #include "support/inspection.h"
 #include "update/handover.h"
@@ -15,25 +16,11 @@
 namespace nv {
 namespace {
 
-const std::wstring running_for_normal_message = L"Fully exit Paltalk before switching to normal mode.";
-const std::wstring running_message =
-    L"Paltalk is already running. Fully exit it using its Exit command, then reopen this shortcut. Closing a "
-    L"window to the tray is not enough.";
-const std::wstring configure_prompt_text =
-    L"This Paltalk build could not be verified for automatic compatibility. Enable experimental dark mode for "
-    L"this exact build?\n\n";
-const std::wstring launch_prompt_text =
-    L"Automatic compatibility could not be verified. Enable experimental dark mode for this exact build?\n\nYes: "
-    L"enable it. No: use normal appearance. Cancel: do not launch.";
-const std::wstring plugin_missing_message =
-    L"The theme plugin is missing. Reinstall Tenebrix. Starting Paltalk normally.";
-const std::wstring start_failed_message = L"Windows could not start Paltalk.";
-
 std::int32_t start_original(const std::wstring& host_path) {
   HostAnalysis analysis;
   analysis.exe_path = normal_path(host_path);
   if (host_is_running(analysis.exe_path)) {
-    show_message(running_for_normal_message, platform::mb_iconinformation);
+    show_message(sentence::running_for_normal, platform::mb_iconinformation);
     return exit_code::host_running;
   }
   return start_host(analysis, false) ? exit_code::done : exit_code::action_failed;
@@ -47,7 +34,7 @@ std::int32_t configure(const Arguments& arguments, const HostAnalysis& analysis)
   const std::wstring approved_settings = option_value(arguments, L"--approved-settings");
   const bool approved = !approved_settings.empty() && exact_build_approved(approved_settings, analysis);
   if (!analysis.compatible && !approved && !option_present(arguments, L"--experimental")) {
-    const std::wstring text = configure_prompt_text + analysis.exe_path + L"\nPaltalk " + analysis.host_version +
+    const std::wstring text = std::wstring(sentence::configure_prompt) + analysis.exe_path + L"\nPaltalk " + analysis.host_version +
                               L" / Qt " + analysis.qt_version;
     if (show_message(text, platform::mb_yesno | platform::mb_iconwarning) != platform::id_yes)
       return exit_code::approval_needed;
@@ -72,7 +59,7 @@ std::int32_t run_launch_flow(const Arguments& arguments, const std::wstring& hos
   const bool configuring = option_present(arguments, L"--configure");
   const bool skip_update = option_present(arguments, L"--skip-update-once");
   if (!configuring && host_is_running(host_path)) {
-    show_message(running_message, platform::mb_iconinformation);
+    show_message(sentence::running, platform::mb_iconinformation);
     return exit_code::host_running;
   }
   if (!configuring && !skip_update) clean_update_cache();
@@ -90,7 +77,7 @@ std::int32_t run_launch_flow(const Arguments& arguments, const std::wstring& hos
   } else if (!analysis.compatible && !exact_build_approved(settings_path(), analysis)) {
     // Silence counts as No: a plain host, nothing stored.
     const int answer = silent_mode ? platform::id_no
-                                   : platform::message_box(launch_prompt_text, product_title,
+                                   : platform::message_box(sentence::launch_prompt, product_title,
                                                            platform::mb_yesnocancel | platform::mb_iconwarning |
                                                                platform::mb_defbutton2);
     if (answer == platform::id_cancel) return exit_code::bad_use;
@@ -100,14 +87,14 @@ std::int32_t run_launch_flow(const Arguments& arguments, const std::wstring& hos
       dark = false;
     }
   }
-  if (dark && !is_regular_file(install_root + L"\\plugins\\styles\\Nightveil.dll")) {
-    show_message(plugin_missing_message, platform::mb_iconinformation);
+  if (dark && !is_regular_file(plugin_path())) {
+    show_message(sentence::plugin_missing, platform::mb_iconinformation);
     dark = false;
   }
   if (dark && analysis.compatible) save_configuration(settings_path(), analysis, false, L"");
 
   if (start_host(analysis, dark)) return exit_code::done;
-  show_message(start_failed_message, platform::mb_iconerror);
+  show_message(sentence::start_failed, platform::mb_iconerror);
   return exit_code::action_failed;
 }
 

@@ -1,7 +1,7 @@
 // The support report and dialog do not exist yet: no report can be saved and
 // the dialog cannot be shown.
-#include "launcher/process_values.h"
-#include "launcher/exit_code.h"
+#include "foundation/process_values.h"
+#include "foundation/exit_code.h"
 #include "support/report.h"
 #include "support/support_dialog.h"
 

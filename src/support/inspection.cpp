@@ -4,7 +4,7 @@
 
 #include "foundation/paths.h"
 #include "host/identification.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "platform/processes.h"
 
 namespace nv {
@@ -12,8 +12,6 @@ namespace {
 
 const std::wstring host_file_name = L"Paltalk.exe";
 const std::wstring webview_file_name = L"msedgewebview2.exe";
-const std::wstring plugin_file_name = L"Nightveil.dll";
-const std::wstring plugin_suffix = L"\\plugins\\styles\\Nightveil.dll";
 
 // _wcsicmp in the start-up locale: A-Z folded, every other unit compared as is.
 bool same_name(const std::wstring& a, const std::wstring& b) { return fold_ascii(a) == fold_ascii(b); }
@@ -56,7 +54,7 @@ bool host_is_running(const std::wstring& host_path) {
 }
 
 bool install_is_busy(const std::wstring& install_directory) {
-  const std::wstring expected = folded_path(install_directory + plugin_suffix);
+  const std::wstring expected = folded_path(plugin_path_in(install_directory));
   const auto processes = platform::list_processes();
   if (!processes) return false;
   const SessionFilter filter = build_session_filter();
@@ -100,7 +98,7 @@ RuntimeSnapshot inspect_runtime(const std::wstring& host_path) {
   snapshot.paltalkRunning = L"yes";
   snapshot.themeLoaded = L"no";
 
-  const std::wstring plugin = folded_path(install_root + plugin_suffix);
+  const std::wstring plugin = folded_path(plugin_path());
   bool module_doubt = false;
   for (std::uint32_t id : matched) {
     const platform::ModuleList list = platform::list_modules(id);

@@ -16,7 +16,7 @@
 #include "foundation/encoding.h"
 #include "foundation/paths.h"
 #include "host/verdict.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "platform/fake/fake_control.h"
 #include "test_support.h"
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "host/ini.h"
-#include "launcher/exit_code.h"
-#include "launcher/process_values.h"
+#include "foundation/exit_code.h"
+#include "foundation/process_values.h"
 #include "platform/dialogs.h"
 #include "platform/fake/fake_control.h"
 #include "installation.h"

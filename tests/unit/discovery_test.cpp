@@ -9,7 +9,7 @@
 #include <utility>
 
 #include "foundation/paths.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "platform/fake/dialogs_control.h"
 #include "platform/fake/fake_control.h"
 #include "platform/fake/known_folders_control.h"

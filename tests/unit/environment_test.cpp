@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "platform/fake/fake_control.h"
 #include "installation.h"
 
@@ -33,7 +33,7 @@ Entries entries_of(const std::vector<std::uint16_t>& block) {
 class LaunchEnvironmentTest : public test::StartingHostTest {
  protected:
   Entries build(const Entries& parent, bool dark) {
-    return entries_of(build_launch_environment_from(test::raw_block(parent), analysis, dark));
+    return entries_of(compute_launch_environment(test::raw_block(parent), {dark, install_root, analysis.hashes, diagnostic_layout_path, dark && browser_dark_enabled()}));
   }
 };
 

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "host/ini.h"
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 #include "platform/fake/fake_control.h"
 #include "installation.h"
 

@@ -8,7 +8,7 @@
 
 #include "host/ini.h"
 #include "installation.h"
-#include "launcher/exit_code.h"
+#include "foundation/exit_code.h"
 #include "platform/dialogs.h"
 #include "platform/fake/processes_control.h"
 #include "platform/ini.h"

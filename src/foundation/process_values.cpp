@@ -1,4 +1,4 @@
-#include "launcher/process_values.h"
+#include "foundation/process_values.h"
 
 #include "platform/dialogs.h"
 
@@ -11,6 +11,10 @@ std::wstring browser_dark_override;
 std::wstring diagnostic_layout_path;
 
 std::wstring settings_path() { return install_root + L"\\settings.ini"; }
+std::wstring last_status_path() { return install_root + L"\\last-status.ini"; }
+std::wstring compatibility_path() { return install_root + L"\\compatibility.ini"; }
+std::wstring plugin_path_in(const std::wstring& root) { return root + L"\\plugins\\styles\\" + plugin_file_name; }
+std::wstring plugin_path() { return plugin_path_in(install_root); }
 
 int show_message(const std::wstring& text, unsigned flags) {
   if (silent_mode) return platform::id_cancel;

@@ -1,0 +1,51 @@
+#pragma once
+// Every sentence a user can read, in one place: what the launcher shows in its
+// message boxes and dialogs, and the verdict texts it reports.
+namespace nv::sentence {
+
+// Entry and decision chain
+inline constexpr const wchar_t* entry_failure =
+    L"The theme launcher could not read or save its files. Reinstall the theme or select a readable Paltalk "
+    L"installation.";
+inline constexpr const wchar_t* host_not_found = L"The specified Paltalk.exe was not found.";
+
+// Launch flow
+inline constexpr const wchar_t* running_for_normal = L"Fully exit Paltalk before switching to normal mode.";
+inline constexpr const wchar_t* running =
+    L"Paltalk is already running. Fully exit it using its Exit command, then reopen this shortcut. Closing a "
+    L"window to the tray is not enough.";
+// Followed by the host's path and versions.
+inline constexpr const wchar_t* configure_prompt =
+    L"This Paltalk build could not be verified for automatic compatibility. Enable experimental dark mode for "
+    L"this exact build?\n\n";
+inline constexpr const wchar_t* launch_prompt =
+    L"Automatic compatibility could not be verified. Enable experimental dark mode for this exact build?\n\nYes: "
+    L"enable it. No: use normal appearance. Cancel: do not launch.";
+inline constexpr const wchar_t* plugin_missing =
+    L"The theme plugin is missing. Reinstall Tenebrix. Starting Paltalk normally.";
+inline constexpr const wchar_t* start_failed = L"Windows could not start Paltalk.";
+
+// Host discovery
+inline constexpr const wchar_t* host_missing =
+    L"Paltalk was not found. Install Paltalk first, or select an existing Paltalk.exe in the next dialog.";
+inline constexpr const wchar_t* locate_host_title = L"Locate the installed Paltalk.exe";
+inline constexpr const wchar_t* host_file_type = L"Paltalk executable";
+inline constexpr const wchar_t* choose_host_instruction = L"Choose the Paltalk installation to theme";
+inline constexpr const wchar_t* browse_for_host = L"Browse for another installation";
+
+// Verdicts
+inline constexpr const wchar_t* select_host = L"Select the installed Paltalk.exe.";
+inline constexpr const wchar_t* host_not_x64 =
+    L"This theme requires x64 Paltalk. Native ARM64 and 32-bit Paltalk are not supported.";
+inline constexpr const wchar_t* qt_missing = L"Required x64 Qt DLLs are missing from the Paltalk installation.";
+inline constexpr const wchar_t* qt_below_floor = L"This plugin requires release Qt 6.11.1 or newer within Qt 6.";
+inline constexpr const wchar_t* qt_mismatch =
+    L"Paltalk's Qt DLL versions do not match. Repair Paltalk before installing the theme.";
+inline constexpr const wchar_t* recognized_build =
+    L"Recognized build; camera fix still needs live hardware validation.";
+inline constexpr const wchar_t* signed_update =
+    L"Compatible signed update; continuing dark mode with best-effort compatibility.";
+inline constexpr const wchar_t* unverified_build =
+    L"Automatic compatibility could not be verified. Use Normal Mode or explicitly approve this exact build.";
+
+}  // namespace nv::sentence
