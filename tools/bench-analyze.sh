@@ -51,4 +51,4 @@ fi
 build=build/bench
 cmake --preset native -B "$build" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$build" -j 2 --target analyze_bench
-"$build/tests/bench/analyze_bench" "$@"
+"$build/bench/analyze_bench" "$@"

@@ -11,4 +11,4 @@ if [ -x tools/ensure-packages.sh ]; then ./tools/ensure-packages.sh; fi
 build=build/bench
 cmake --preset native -B "$build" -DCMAKE_BUILD_TYPE=Release >/dev/null
 cmake --build "$build" -j 2 --target sha256_bench
-"$build/tests/bench/sha256_bench" "$@"
+"$build/bench/sha256_bench" "$@"

@@ -1,0 +1,10 @@
+// The native build has no display: every dialog is dismissed at once.
+#include "platform/dialogs.h"
+
+namespace nv::platform {
+
+int message_box(const std::wstring&, const std::wstring&, unsigned) { return id_cancel; }
+int command_link_dialog(const CommandLinkDialog&) { return dialog_failed; }
+std::wstring open_file_dialog(const FileOpenDialog&) { return {}; }
+
+}  // namespace nv::platform

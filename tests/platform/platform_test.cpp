@@ -1,0 +1,54 @@
+// The real backend: natively the portable one, under Wine the Windows API.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "foundation/failure.h"
+#include "host/configuration.h"
+#include "host/ini.h"
+#include "launcher/browser_arguments.h"
+#include "platform/ini.h"
+#include "platform/system.h"
+#include "test_support.h"
+
+namespace nv {
+namespace {
+
+TEST(QuoteArgument, ReadBackWholeByTheSystemsSplitter) {
+  const std::wstring texts[] = {L"", L"a b", L"C:\\P F\\", L"a\"b", L"a\\\"b", L"\\\\", L"\"", L" \t", L"x\\\\\"\\"};
+  std::wstring line = L"P.exe";
+  for (const auto& t : texts) line += L" " + quote_argument(t);
+  const auto argv = platform::split_command_line(line);
+  ASSERT_TRUE(argv);
+  EXPECT_EQ(std::vector<std::wstring>(argv->begin() + 1, argv->end()), std::vector<std::wstring>(std::begin(texts), std::end(texts)));
+}
+
+TEST(SaveConfiguration, SevenKeysRewrittenOnlyWhenOneDiffers) {
+  test::TempDir dir;
+  const std::wstring path = dir / L"settings.ini";
+  const auto stamp = [&] { return std::filesystem::last_write_time(test::to_fs(path)); };
+  const auto age = [&] { std::filesystem::last_write_time(test::to_fs(path), stamp() - std::chrono::hours(900)); };
+  HostAnalysis analysis{L"C:\\P\\Paltalk.exe", L"a|b|c|d", L"Stat\x00e9", L"1.2.3.4", L"6.11.1.0", true, true, true};
+  test::write_bytes(path + L".tmp", "[Junk]\r\nLeft=over\r\n");
+  save_configuration(path, analysis, true, L"");
+  const std::pair<const wchar_t*, const wchar_t*> keys[] = {
+      {L"Paltalk", L"Exe"}, {L"Paltalk", L"Hashes"}, {L"Paltalk", L"Experimental"}, {L"Info", L"Version"},
+      {L"Info", L"Qt"}, {L"Info", L"Status"}, {L"Appearance", L"BrowserDark"}, {L"Junk", L"Left"}};
+  std::wstring values;
+  for (const auto& [section, key] : keys) values += read_ini_value(path, section, key) + L";";
+  EXPECT_EQ(values, L"C:\\P\\Paltalk.exe;a|b|c|d;1;1.2.3.4;6.11.1.0;Stat\x00e9;1;;");
+  EXPECT_FALSE(std::filesystem::exists(test::to_fs(path + L".tmp")));
+  write_browser_dark(path, false);
+  ASSERT_TRUE(platform::write_profile_string(path, L"Notes", L"Mine", L"x"));
+  age();
+  const auto old = stamp();
+  save_configuration(path, analysis, true, L"");
+  EXPECT_EQ(stamp(), old);  // nothing differs: the file and its other sections stay
+  analysis.message = L"Other";
+  save_configuration(path, analysis, true, L"");
+  EXPECT_EQ(read_ini_value(path, L"Notes", L"Mine") + read_ini_value(path, L"Appearance", L"BrowserDark"), L"0");
+  EXPECT_EQ(test::failure_of([&] { save_configuration(dir.path, analysis, true, L""); }), failure::replace_configuration);
+}
+
+}  // namespace
+}  // namespace nv

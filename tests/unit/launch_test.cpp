@@ -1,0 +1,201 @@
+// The launch from command line to started host: the decision chain, the
+// verdict on a real scratch installation whose version resources and
+// signatures are scripted, the answers to the prompt, and what the host gets.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <tuple>
+
+#include "fake_platform.h"
+#include "foundation/exit_code.h"
+#include "foundation/paths.h"
+#include "foundation/process_values.h"
+#include "foundation/sentences.h"
+#include "host/discovery.h"
+#include "host/ini.h"
+#include "host/verdict.h"
+#include "launcher/browser_arguments.h"
+#include "launcher/chain.h"
+#include "launcher/environment.h"
+#include "test_support.h"
+
+namespace nv {
+namespace {
+
+using Entries = std::vector<std::wstring>;
+
+Entries entries_of(const std::vector<std::uint16_t>& block) {
+  Entries entries(1);
+  for (std::size_t i = 0; i + 1 < block.size(); ++i)
+    block[i] ? entries.back() += static_cast<wchar_t>(block[i]) : entries.emplace_back();
+  entries.pop_back();
+  return entries;
+}
+
+std::vector<std::uint16_t> env(const Entries& parent, bool browser_dark, bool dark = true) {
+  std::wstring raw;
+  for (const auto& e : parent) raw += e + L'\0';
+  return compute_launch_environment(raw + L'\0', {dark, L"C:\\T", L"h", L"", browser_dark});
+}
+
+TEST(LaunchEnvironment, ModesAndTheUsersValuesThroughAChain) {
+  EXPECT_EQ(entries_of(env({L"b=2", L"=C:=C:\\d", L"A=1", L"a=3", L"=X", L"odd", L"qt_style_override=x"}, true, false)),
+            (Entries{L"=C:=C:\\d", L"A=3", L"b=2"}));
+  const Entries user = {L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=--mute-audio",
+                        L"WEBVIEW2_DEFAULT_BACKGROUND_COLOR=00000000"};
+  const Entries dark = entries_of(env(user, true));
+  EXPECT_EQ(dark, (Entries{L"NIGHTVEIL_HASHES=h", L"NIGHTVEIL_HOME=C:\\T", L"QT_PLUGIN_PATH=C:\\T\\plugins",
+                           L"QT_STYLE_OVERRIDE=Nightveil", L"TENEBRIX_WEBVIEW_ARGS_ACTIVE=present",
+                           L"TENEBRIX_WEBVIEW_ARGS_ORIGINAL=--mute-audio", L"TENEBRIX_WEBVIEW_BACKGROUND_ACTIVE=present",
+                           L"TENEBRIX_WEBVIEW_BACKGROUND_ORIGINAL=00000000",
+                           L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=\"--mute-audio\" "
+                           L"\"--enable-features=WebContentsForceDark\"",
+                           L"WEBVIEW2_DEFAULT_BACKGROUND_COLOR=FF202328"}));
+  EXPECT_EQ(entries_of(env(dark, true)), dark);  // a chained launch saves the user's values, not its own
+  EXPECT_EQ(entries_of(env(dark, true, false)), user);
+  EXPECT_EQ(entries_of(env(dark, false)), (Entries{dark[0], dark[1], dark[2], dark[3], user[0], user[1]}));
+  EXPECT_EQ(entries_of(env(entries_of(env({}, true)), true, false)), Entries{});
+}
+
+TEST(BrowserArguments, MergedAndAlwaysQuoted) {
+  const std::pair<const wchar_t*, const wchar_t*> merges[] = {
+      {L"  ", L"\"--enable-features=WebContentsForceDark\""},
+      {L"--disable-features=X,WebContentsForceDark --enable-features=,A --enable-features=WebContentsForceDark:x=1,B "
+       L"--lang=de --ENABLE-FEATURES=C \"--d=C:\\My Data\\\\\"",
+       L"\"--lang=de\" \"--ENABLE-FEATURES=C\" \"--d=C:\\My Data\\\\\" "
+       L"\"--enable-features=A,B,WebContentsForceDark\" \"--disable-features=X\""}};
+  for (const auto& [existing, merged] : merges) EXPECT_EQ(merge_browser_arguments(existing), merged);
+  const std::pair<const wchar_t*, const wchar_t*> quotes[] = {
+      {L"", L"\"\""}, {L"C:\\P F\\", L"\"C:\\P F\\\\\""}, {L"a\\\"b", L"\"a\\\\\\\"b\""}, {L"a\\b", L"\"a\\b\""}};
+  for (const auto& [text, quoted] : quotes) EXPECT_EQ(quote_argument(text), quoted);
+}
+
+// install_root is <dir>\T with its plugin; the host is <dir>\P with three Qt
+// libraries, all x64 images at Qt 6.11.1.0. A row of the tables below says
+// what differs from that.
+struct Install {
+  enum Host { none, here, unreadable };  // a Paltalk.exe in the process list
+  test::TempDir dir;
+  std::wstring exe = dir / L"P\\Paltalk.exe";
+  std::vector<std::wstring> files = {exe, dir / L"P\\Qt6Core.dll", dir / L"P\\Qt6Gui.dll", dir / L"P\\Qt6Widgets.dll"};
+  explicit Install(bool recognized = false, Host host = none) {
+    fake::reset();
+    reset_process_values();
+    install_root = dir / L"T";
+    test::write_bytes(plugin_path(), "plugin");
+    for (const auto& f : files)
+      test::write_bytes(f, std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) + test::to_fs(f).string());
+    for (const auto& f : files) version(f, 6, 11, 1);
+    fake::processes = {{{4, 0, L"System"}, std::nullopt}};
+    if (host != none) fake::processes.push_back({{9, 4, L"PALTALK.EXE"}, host == here ? std::optional(exe) : std::nullopt});
+    if (!recognized) return;
+    std::string hashes;
+    for (wchar_t c : analyze_host(exe).hashes) hashes += static_cast<char>(c);
+    test::write_bytes(compatibility_path(), "[Tested]\r\nHashes=" + hashes + "\r\n");
+  }
+  ~Install() { reset_process_values(); }
+  void version(const std::wstring& file, std::uint32_t major, std::uint32_t minor, std::uint32_t build, bool debug = false) {
+    fake::versions[folded_path(file)] = {true, 52, major << 16 | minor, build << 16, debug};
+  }
+  std::wstring started() const {  // "dark", "plain", or "" when nothing started
+    if (fake::process_starts.size() != 1) return L"";
+    return fake::process_starts[0].command_line == quote_argument(normal_path(exe)) + L" -style Nightveil" ? L"dark"
+                                                                                                          : L"plain";
+  }
+};
+
+TEST(Launch, VerdictOfEachBuild) {
+  const std::tuple<int, const wchar_t*, int, int, bool, const wchar_t*> cases[] = {
+      // file changed, its new major and minor version and debug flag (or a signer for all), the verdict
+      {-1, nullptr, 0, 0, false, sentence::unverified_build},
+      {-1, L"paltalk us llc", 0, 0, false, sentence::signed_update},
+      {-1, L"Paltalk US", 0, 0, false, sentence::unverified_build},
+      {0, nullptr, 0, 0, false, sentence::host_not_x64},
+      {3, nullptr, 0, 0, false, sentence::qt_missing},
+      {2, nullptr, 6, 10, false, sentence::qt_below_floor},
+      {1, nullptr, 7, 11, false, sentence::qt_below_floor},
+      {3, nullptr, 6, 11, true, sentence::qt_below_floor},
+      {3, nullptr, 6, 12, false, sentence::qt_mismatch}};
+  for (const auto& [file, signer, major, minor, debug, verdict] : cases) {
+    Install in;
+    if (signer)
+      for (const auto& f : in.files) fake::signatures[{folded_path(f), 0}] = {true, true, f == in.exe ? signer : L"The QT Company Oy"};
+    if (file >= 0 && !major) test::write_bytes(in.files[file], "MZ");
+    if (major) in.version(in.files[file], major, minor, 1, debug);
+    EXPECT_EQ(analyze_host(in.exe).message, verdict);
+  }
+  Install recognized(true);
+  EXPECT_EQ(analyze_host(recognized.exe).message, sentence::recognized_build);
+  EXPECT_EQ(analyze_host(recognized.files[1]).message, sentence::select_host);
+}
+
+TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
+  struct Case {
+    Entries options;
+    bool recognized;
+    Install::Host host;
+    int answer;  // to the one message box
+    std::int32_t code;
+    const wchar_t* start;
+    const wchar_t* message;  // the only box shown, or none
+    const wchar_t* stored_experimental;
+  };
+  const wchar_t* const no_box = nullptr;
+  // Two rows name a fault the way an option would; the launcher ignores options it does not know.
+  const Case cases[] = {
+      {{}, true, Install::none, 0, exit_code::done, L"dark", no_box, L"0"},
+      {{}, false, Install::none, platform::id_yes, exit_code::done, L"dark", sentence::launch_prompt, L"1"},
+      {{}, false, Install::none, platform::id_no, exit_code::done, L"plain", sentence::launch_prompt, L""},
+      {{}, false, Install::none, platform::id_cancel, exit_code::bad_use, L"", sentence::launch_prompt, L""},
+      {{L"--silent"}, false, Install::none, 0, exit_code::done, L"plain", no_box, L""},
+      {{L"--plugin-gone"}, true, Install::none, 0, exit_code::done, L"plain", sentence::plugin_missing, L""},
+      {{L"--start-fails"}, true, Install::none, 0, exit_code::action_failed, L"dark", sentence::start_failed, L"0"},
+      {{}, true, Install::here, 0, exit_code::host_running, L"", sentence::running, L""},
+      {{L"--original"}, false, Install::unreadable, 0, exit_code::host_running, L"", sentence::running_for_normal, L""},
+      {{L"--original"}, false, Install::none, 0, exit_code::done, L"plain", no_box, L""},
+      {{L"--browser-dark", L"dim"}, true, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
+      {{L"--diagnostic-layout", L"d.txt", L"--running"}, false, Install::here, 0, exit_code::bad_use, L"", no_box, L""},
+      {{L"--remove-shortcuts", L"--running"}, false, Install::here, 0, exit_code::done, L"", no_box, L""},
+      {{L"--running"}, false, Install::unreadable, 0, exit_code::host_running, L"", no_box, L""},
+      {{L"--support-report", L"r.json"}, false, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
+      {{L"--set-browser-dark", L"1"}, false, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
+      {{L"--probe"}, false, Install::none, 0, exit_code::approval_needed, L"", no_box, L""},
+      {{L"--paltalk", L"Z:\\absent\\Paltalk.exe"}, true, Install::none, 0, exit_code::not_acceptable, L"",
+       sentence::host_not_found, L""}};
+  for (const auto& c : cases) {
+    Install in(c.recognized, c.host);
+    if (c.answer) fake::message_box_answers = {c.answer};
+    if (c.options == Entries{L"--plugin-gone"}) std::filesystem::remove(test::to_fs(plugin_path()));
+    if (c.options == Entries{L"--start-fails"}) fake::process_start_result = {false, 193};
+    Entries arguments = c.options;  // the first --paltalk counts
+    arguments.insert(arguments.end(), {L"--paltalk", in.exe});
+    EXPECT_EQ(run_launcher(arguments), c.code) << c.code;
+    EXPECT_EQ(in.started(), c.start) << c.code;
+    EXPECT_EQ(fake::message_boxes, c.message ? Entries{c.message} : Entries{}) << c.code;
+    EXPECT_EQ(read_ini_value(settings_path(), L"Paltalk", L"Experimental"), c.stored_experimental) << c.code;
+  }
+}
+
+TEST(Launch, ApprovalHoldsForTheExactBuildInAnySpellingOfItsPath) {
+  Install in;
+  fake::message_box_answers = {platform::id_yes};
+  run_launcher({L"--paltalk", in.exe});
+  fake::process_starts.clear();
+  std::wstring spelling = in.exe;
+  std::replace(spelling.begin(), spelling.end(), L'\\', L'/');
+  EXPECT_EQ(run_launcher({L"--paltalk", spelling}), exit_code::done);
+  EXPECT_EQ(in.started(), L"dark");
+  EXPECT_EQ(fake::message_boxes.size(), 1u);
+}
+
+TEST(Discovery, EntriesAndCommandsOfInstallers) {
+  for (const auto& [name, counts] : {std::pair{L"Paltalk", true}, {L"PALTALK 1.2", true}, {L"Paltalk Dark", false},
+                                     {L"Pal talk", false}})
+    EXPECT_EQ(counts_as_host_entry(name), counts) << name;
+  const std::pair<const wchar_t*, const wchar_t*> commands[] = {
+      {L"\"C:\\P F\\u.exe\" /x", L"C:\\P F\\u.exe"}, {L"C:\\T.exe\\P\\u.exe,0", L"C:\\T.exe"}, {L"\"C:\\u.exe", L""}};
+  for (const auto& [value, path] : commands) EXPECT_EQ(parse_command_path(value), path) << value;
+}
+
+}  // namespace
+}  // namespace nv
