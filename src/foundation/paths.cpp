@@ -152,18 +152,13 @@ bool weakly_canonical(const std::wstring& path, std::wstring& result) {
     return true;
   }
   if (whole.status == platform::Resolve::failed) return false;
-  const std::wstring normal = lexically_normal(path);
-  const Parts parts = split(normal);
+  // From the root, one component at a time. The root alone is never resolved:
+  // "\x" and "C:x" would turn into the current drive or directory.
+  const Parts parts = split(lexically_normal(path));
   std::wstring so_far = root_text(parts);
-  std::size_t next = 0;
-  if (!so_far.empty()) {
-    platform::Resolved root = platform::resolve_path(so_far);
-    if (root.status == platform::Resolve::failed) return false;
-    if (root.status == platform::Resolve::resolved) so_far = root.path;
-  }
   bool resolving = true;
-  for (; next < parts.elements.size(); ++next) {
-    const std::wstring candidate = append_path(so_far, parts.elements[next]);
+  for (const std::wstring& element : parts.elements) {
+    const std::wstring candidate = append_path(so_far, element);
     if (resolving) {
       platform::Resolved step = platform::resolve_path(candidate);
       if (step.status == platform::Resolve::failed) return false;
@@ -205,5 +200,13 @@ bool path_exists(const std::wstring& path) {
 }
 
 std::error_code create_directories(const std::wstring& path) { return platform::create_directories(path); }
+
+std::wstring dos_path_of(const std::wstring& final_path) {
+  const bool long_prefix = final_path.compare(0, 4, L"\\\\?\\") == 0;
+  if (long_prefix && final_path.size() >= 6 && is_drive_letter(final_path[4]) && final_path[5] == L':')
+    return final_path.substr(4);
+  if (final_path.compare(0, 8, L"\\\\?\\UNC\\") == 0) return L"\\\\" + final_path.substr(8);
+  return final_path;
+}
 
 }  // namespace nv

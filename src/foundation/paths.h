@@ -19,6 +19,9 @@ std::wstring append_path(const std::wstring& left, const std::wstring& name);
 bool is_regular_file(const std::wstring& path);              // never raises
 bool path_exists(const std::wstring& path);                  // raises the failure "exists"
 std::error_code create_directories(const std::wstring& path);
+// A final path as the file system gives it, in the form paths are written:
+// "\\?\C:\x" -> "C:\x", "\\?\UNC\s\x" -> "\\s\x"; any other form unchanged.
+std::wstring dos_path_of(const std::wstring& final_path);
 
 // towlower of the start-up locale: A-Z only, every other unit unchanged.
 std::wstring fold_ascii(std::wstring text);

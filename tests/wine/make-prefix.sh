@@ -1,10 +1,18 @@
 #!/usr/bin/env bash
-# Makes the private Wine prefix once; later calls find it ready.
+# Makes the private Wine prefix once; later calls find it ready. A first boot
+# that fails or hangs (Wine under load) is tried again, three times at most.
 set -euo pipefail
 . "$(dirname "$0")/env.sh"
-if [ -f "$WINEPREFIX/.nv-ready" ]; then exit 0; fi
-mkdir -p "$WINEPREFIX"
-timeout 240 wineboot -i >/dev/null 2>&1 || { echo "wineboot failed" >&2; exit 1; }
-timeout 60 wineserver -w || true
-touch "$WINEPREFIX/.nv-ready"
-echo "Wine prefix ready: $WINEPREFIX"
+for _ in 1 2 3; do
+  if [ -f "$WINEPREFIX/.nv-ready" ]; then exit 0; fi
+  mkdir -p "$WINEPREFIX"
+  if timeout 240 wineboot -i >/dev/null 2>&1; then
+    timeout 60 wineserver -w || true
+    touch "$WINEPREFIX/.nv-ready"
+    echo "Wine prefix ready: $WINEPREFIX"
+  else
+    timeout 30 wineserver -k || true
+  fi
+done
+echo "wineboot failed" >&2
+exit 1

@@ -16,14 +16,8 @@ namespace {
 
 bool succeeded(NTSTATUS status) { return status >= 0; }
 
-struct CloseAlgorithmFn {
-  void operator()(BCRYPT_ALG_HANDLE h) const { BCryptCloseAlgorithmProvider(h, 0); }
-};
-struct DestroyHashFn {
-  void operator()(BCRYPT_HASH_HANDLE h) const { BCryptDestroyHash(h); }
-};
-using UniqueAlgorithm = win32::Owner<BCRYPT_ALG_HANDLE, nullptr, CloseAlgorithmFn>;
-using UniqueHash = win32::Owner<BCRYPT_HASH_HANDLE, nullptr, DestroyHashFn>;
+using win32::UniqueAlgorithm;
+using win32::UniqueHash;
 
 // The provider for file digests, opened once for the life of the process (the
 // analysis hashes four files at a time) and closed at exit. A failed opening

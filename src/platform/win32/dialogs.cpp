@@ -18,11 +18,12 @@ using TaskDialogIndirectFn = HRESULT(WINAPI*)(const TASKDIALOGCONFIG*, int*, int
 
 // Task dialogs exist only in version 6 of the common controls, which the
 // launcher's manifest selects. Looked up by name so that a program without
-// that manifest still loads, and merely cannot show one.
+// that manifest still loads, and merely cannot show one. The module stays
+// loaded until the process ends, as the windows it registers may outlive a call.
 TaskDialogIndirectFn task_dialog_indirect() {
-  HMODULE module = LoadLibraryW(L"comctl32.dll");
+  static const win32::UniqueLibrary module(LoadLibraryW(L"comctl32.dll"));
   if (!module) return nullptr;
-  FARPROC address = GetProcAddress(module, "TaskDialogIndirect");
+  FARPROC address = GetProcAddress(module.get(), "TaskDialogIndirect");
   return reinterpret_cast<TaskDialogIndirectFn>(reinterpret_cast<void*>(address));
 }
 
@@ -62,10 +63,9 @@ std::wstring open_file_dialog(const FileOpenDialog& dialog) {
   if (FAILED(picker->Show(nullptr))) return {};
   win32::ComPtr<IShellItem> item;
   if (FAILED(picker->GetResult(item.put()))) return {};
-  PWSTR name = nullptr;
-  if (FAILED(item->GetDisplayName(SIGDN_FILESYSPATH, &name))) return {};
-  win32::UniqueTaskMemory owner(name);
-  return name ? std::wstring(name) : std::wstring();
+  win32::UniqueTaskMemory<wchar_t> name;
+  if (FAILED(item->GetDisplayName(SIGDN_FILESYSPATH, name.put()))) return {};
+  return name ? std::wstring(name.get()) : std::wstring();
 }
 
 }  // namespace nv::platform

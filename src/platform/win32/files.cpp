@@ -4,6 +4,7 @@
 
 #include <vector>
 
+#include "foundation/paths.h"
 #include "platform/win32/owners.h"
 
 namespace nv::platform {
@@ -49,11 +50,7 @@ Resolved resolve_path(const std::wstring& path) {
   }
   std::wstring text;
   if (final_path(file.get(), FILE_NAME_NORMALIZED | VOLUME_NAME_DOS, text)) {
-    if (text.size() >= 6 && text.compare(0, 4, L"\\\\?\\") == 0 && text[5] == L':') {
-      text.erase(0, 4);
-    } else if (text.compare(0, 8, L"\\\\?\\UNC\\") == 0) {
-      text.erase(2, 6);
-    }
+    text = dos_path_of(text);
   } else if (GetLastError() == ERROR_PATH_NOT_FOUND &&
              final_path(file.get(), FILE_NAME_NORMALIZED | VOLUME_NAME_NT, text)) {
     text = L"\\\\?\\GLOBALROOT" + text;
@@ -67,14 +64,23 @@ Resolved resolve_path(const std::wstring& path) {
 }
 
 FileKind file_kind(const std::wstring& path) {
+  const auto kind_of = [](DWORD attributes) {
+    if (attributes & FILE_ATTRIBUTE_DIRECTORY) return FileKind::directory;
+    if (attributes & FILE_ATTRIBUTE_DEVICE) return FileKind::other;
+    return FileKind::regular;
+  };
+  const auto failure = [] { return is_absence(GetLastError()) ? FileKind::missing : FileKind::error; };
   const DWORD attributes = GetFileAttributesW(path.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) {
-    const DWORD error = GetLastError();
-    return is_absence(error) ? FileKind::missing : FileKind::error;
-  }
-  if (attributes & FILE_ATTRIBUTE_DIRECTORY) return FileKind::directory;
-  if (attributes & FILE_ATTRIBUTE_DEVICE) return FileKind::other;
-  return FileKind::regular;
+  if (attributes == INVALID_FILE_ATTRIBUTES) return failure();
+  if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) return kind_of(attributes);
+  // These are the link's own attributes; opening it follows it to what it
+  // names, so a link answers for its target and a dangling one is missing.
+  const win32::UniqueFile target(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                             OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  BY_HANDLE_FILE_INFORMATION information{};
+  if (!target || !GetFileInformationByHandle(target.get(), &information)) return failure();
+  return kind_of(information.dwFileAttributes);
 }
 
 std::error_code create_directories(const std::wstring& path) {

@@ -27,12 +27,11 @@ std::wstring known_folder_path(KnownFolder folder) {
       id = &FOLDERID_Desktop;
       break;
   }
-  PWSTR path = nullptr;
-  const HRESULT result = SHGetKnownFolderPath(*id, 0, nullptr, &path);
   // The memory is the caller's to free even when the call fails.
-  win32::UniqueTaskMemory owner(path);
+  win32::UniqueTaskMemory<wchar_t> path;
+  const HRESULT result = SHGetKnownFolderPath(*id, 0, nullptr, path.put());
   if (FAILED(result) || !path) return {};
-  return path;
+  return path.get();
 }
 
 }  // namespace nv::platform

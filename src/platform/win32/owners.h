@@ -1,126 +1,156 @@
 #pragma once
-// Move-only owners of the handles the launcher touches. Each knows its empty
-// value and closes without disturbing GetLastError, so a failure can still be
-// read after the owner has gone.
+// Move-only owners of the handles the launcher touches, and a scope guard. Each
+// owner knows its empty value and closes without disturbing GetLastError, so a
+// failure can still be read after the owner has gone. Nothing here throws.
 #include <windows.h>
+#include <bcrypt.h>
 #include <objbase.h>
+#include <oleauto.h>
+#include <winhttp.h>
 
+#include <type_traits>
 #include <utility>
 
 namespace nv::platform::win32 {
 
-template <typename T, T Empty, typename Close>
-class Owner {
+template <typename Traits>
+class Unique {
  public:
-  Owner() = default;
-  explicit Owner(T value) : value_(value) {}
-  Owner(const Owner&) = delete;
-  Owner& operator=(const Owner&) = delete;
-  Owner(Owner&& other) noexcept : value_(std::exchange(other.value_, Empty)) {}
-  Owner& operator=(Owner&& other) noexcept {
-    if (this != &other) {
-      reset();
-      value_ = std::exchange(other.value_, Empty);
-    }
+  using Type = typename Traits::Type;
+  Unique() = default;
+  explicit Unique(Type value) : value_(value) {}
+  Unique(const Unique&) = delete;
+  Unique& operator=(const Unique&) = delete;
+  Unique(Unique&& other) noexcept : value_(other.release()) {}
+  Unique& operator=(Unique&& other) noexcept {
+    if (this != &other) reset(other.release());
     return *this;
   }
-  ~Owner() { reset(); }
+  ~Unique() { reset(); }
 
-  T get() const { return value_; }
-  explicit operator bool() const { return value_ != Empty; }
-  T* put() {
+  Type get() const { return value_; }
+  explicit operator bool() const { return !Traits::empty(value_); }
+  Type release() { return std::exchange(value_, Traits::invalid()); }
+  // For the out-parameter of the call that opens the handle.
+  Type* put() {
     reset();
     return &value_;
   }
-  void reset() {
-    if (value_ != Empty) {
+  void reset(Type value = Traits::invalid()) {
+    if (!Traits::empty(value_)) {
       const DWORD saved = GetLastError();
-      Close{}(value_);
+      Traits::close(value_);
       SetLastError(saved);
-      value_ = Empty;
     }
+    value_ = value;
+  }
+
+  // COM interfaces and structures owned through a pointer.
+  Type operator->() const
+    requires std::is_class_v<std::remove_pointer_t<Type>>
+  {
+    return value_;
+  }
+  void** put_void()
+    requires std::is_class_v<std::remove_pointer_t<Type>>
+  {
+    return reinterpret_cast<void**>(put());
   }
 
  private:
-  T value_ = Empty;
+  Type value_ = Traits::invalid();
 };
 
-struct CloseHandleFn {
-  void operator()(HANDLE h) const { CloseHandle(h); }
-};
-struct CloseRegKeyFn {
-  void operator()(HKEY k) const { RegCloseKey(k); }
-};
-struct LocalFreeFn {
-  void operator()(void* p) const { LocalFree(p); }
-};
-struct CoTaskMemFreeFn {
-  void operator()(void* p) const { CoTaskMemFree(p); }
+// Most handles report failure, and are empty, as null.
+template <typename T>
+struct NullEmpty {
+  using Type = T;
+  static T invalid() { return nullptr; }
+  static bool empty(T value) { return value == nullptr; }
 };
 
-// Process, thread, token: null is empty. (Toolhelp snapshots report failure as
-// INVALID_HANDLE_VALUE; callers turn that into null before storing it here.)
-using UniqueHandle = Owner<HANDLE, nullptr, CloseHandleFn>;
-using UniqueRegKey = Owner<HKEY, nullptr, CloseRegKeyFn>;
-using UniqueLocal = Owner<void*, nullptr, LocalFreeFn>;
-using UniqueTaskMemory = Owner<void*, nullptr, CoTaskMemFreeFn>;
-
-// CreateFileW reports failure as INVALID_HANDLE_VALUE, which is not a constant
-// expression, so the file owner is written out.
-class UniqueFile {
- public:
-  UniqueFile() = default;
-  explicit UniqueFile(HANDLE h) : h_(h) {}
-  UniqueFile(const UniqueFile&) = delete;
-  UniqueFile& operator=(const UniqueFile&) = delete;
-  UniqueFile(UniqueFile&& o) noexcept : h_(std::exchange(o.h_, INVALID_HANDLE_VALUE)) {}
-  UniqueFile& operator=(UniqueFile&& o) noexcept {
-    if (this != &o) {
-      reset();
-      h_ = std::exchange(o.h_, INVALID_HANDLE_VALUE);
-    }
-    return *this;
-  }
-  ~UniqueFile() { reset(); }
-  HANDLE get() const { return h_; }
-  explicit operator bool() const { return h_ != INVALID_HANDLE_VALUE && h_ != nullptr; }
-  void reset() {
-    if (h_ != INVALID_HANDLE_VALUE && h_ != nullptr) {
-      const DWORD saved = GetLastError();
-      CloseHandle(h_);
-      SetLastError(saved);
-    }
-    h_ = INVALID_HANDLE_VALUE;
-  }
-
- private:
-  HANDLE h_ = INVALID_HANDLE_VALUE;
+// Process, thread, token, event, mutex.
+struct KernelTraits : NullEmpty<HANDLE> {
+  static void close(HANDLE h) { CloseHandle(h); }
 };
-
-// A COM interface pointer: released once, on every way out.
+// CreateFileW and CreateToolhelp32Snapshot report failure as
+// INVALID_HANDLE_VALUE; null is never a handle of theirs either.
+struct FileTraits : KernelTraits {
+  static HANDLE invalid() { return INVALID_HANDLE_VALUE; }
+  static bool empty(HANDLE h) { return h == nullptr || h == INVALID_HANDLE_VALUE; }
+};
+struct SnapshotTraits : FileTraits {};
+struct RegKeyTraits : NullEmpty<HKEY> {
+  static void close(HKEY k) { RegCloseKey(k); }
+};
+struct InternetTraits : NullEmpty<HINTERNET> {
+  static void close(HINTERNET h) { WinHttpCloseHandle(h); }
+};
+struct AlgorithmTraits : NullEmpty<BCRYPT_ALG_HANDLE> {
+  static void close(BCRYPT_ALG_HANDLE h) { BCryptCloseAlgorithmProvider(h, 0); }
+};
+struct KeyTraits : NullEmpty<BCRYPT_KEY_HANDLE> {
+  static void close(BCRYPT_KEY_HANDLE h) { BCryptDestroyKey(h); }
+};
+struct HashTraits : NullEmpty<BCRYPT_HASH_HANDLE> {
+  static void close(BCRYPT_HASH_HANDLE h) { BCryptDestroyHash(h); }
+};
+struct LibraryTraits : NullEmpty<HMODULE> {
+  static void close(HMODULE m) { FreeLibrary(m); }
+};
+struct BstrTraits : NullEmpty<BSTR> {
+  static void close(BSTR s) { SysFreeString(s); }
+};
+struct EnvironmentTraits : NullEmpty<LPWCH> {
+  static void close(LPWCH block) { FreeEnvironmentStringsW(block); }
+};
 template <typename I>
-class ComPtr {
+struct ComTraits : NullEmpty<I*> {
+  static void close(I* p) { p->Release(); }
+};
+template <typename T>
+struct TaskMemoryTraits : NullEmpty<T*> {
+  static void close(T* p) { CoTaskMemFree(p); }
+};
+template <typename T>
+struct LocalTraits : NullEmpty<T*> {
+  static void close(T* p) { LocalFree(p); }
+};
+
+using UniqueHandle = Unique<KernelTraits>;
+using UniqueFile = Unique<FileTraits>;
+using UniqueSnapshot = Unique<SnapshotTraits>;
+using UniqueRegKey = Unique<RegKeyTraits>;
+using UniqueInternet = Unique<InternetTraits>;
+using UniqueAlgorithm = Unique<AlgorithmTraits>;
+using UniqueKey = Unique<KeyTraits>;
+using UniqueHash = Unique<HashTraits>;
+using UniqueLibrary = Unique<LibraryTraits>;
+using UniqueBstr = Unique<BstrTraits>;
+using UniqueEnvironment = Unique<EnvironmentTraits>;
+template <typename I>
+using ComPtr = Unique<ComTraits<I>>;
+template <typename T>
+using UniqueTaskMemory = Unique<TaskMemoryTraits<T>>;
+template <typename T>
+using UniqueLocal = Unique<LocalTraits<T>>;
+
+// Runs its action on every way out of the scope, keeping GetLastError as the
+// scope left it.
+template <typename F>
+class ScopeExit {
  public:
-  ComPtr() = default;
-  ComPtr(const ComPtr&) = delete;
-  ComPtr& operator=(const ComPtr&) = delete;
-  ComPtr(ComPtr&& o) noexcept : p_(std::exchange(o.p_, nullptr)) {}
-  ~ComPtr() { reset(); }
-  I* get() const { return p_; }
-  I* operator->() const { return p_; }
-  explicit operator bool() const { return p_ != nullptr; }
-  I** put() {
-    reset();
-    return &p_;
-  }
-  void** put_void() { return reinterpret_cast<void**>(put()); }
-  void reset() {
-    if (p_) p_->Release();
-    p_ = nullptr;
+  explicit ScopeExit(F action) : action_(std::move(action)) {}
+  ScopeExit(const ScopeExit&) = delete;
+  ScopeExit& operator=(const ScopeExit&) = delete;
+  ~ScopeExit() {
+    const DWORD saved = GetLastError();
+    action_();
+    SetLastError(saved);
   }
 
  private:
-  I* p_ = nullptr;
+  F action_;
 };
 
 }  // namespace nv::platform::win32

@@ -55,8 +55,8 @@ ProcessStart create_process(const std::wstring& application, const std::wstring&
   void* block = environment.empty() ? nullptr : const_cast<std::uint16_t*>(environment.data());
   if (CreateProcessW(application.c_str(), writable.data(), nullptr, nullptr, FALSE, CREATE_UNICODE_ENVIRONMENT, block,
                      directory.c_str(), &startup, &info)) {
-    CloseHandle(info.hThread);
-    CloseHandle(info.hProcess);
+    const win32::UniqueHandle process(info.hProcess);
+    const win32::UniqueHandle thread(info.hThread);
     result.started = true;
   } else {
     result.error = GetLastError();
@@ -100,22 +100,15 @@ bool shell_execute_from_desktop(const std::wstring& file, const std::wstring& ar
   ComPtr<IShellDispatch2> shell;
   if (FAILED(application->QueryInterface(IID_IShellDispatch2, shell.put_void())) || !shell) return false;
 
-  BSTR file_text = SysAllocString(file.c_str());
+  const win32::UniqueBstr file_text(SysAllocString(file.c_str()));
   if (!file_text) throw std::bad_alloc();
   Variant args, dir, operation, show;
-  try {
-    set_text(args, arguments);
-    set_text(dir, directory);
-    set_text(operation, L"open");
-  } catch (...) {
-    SysFreeString(file_text);
-    throw;
-  }
+  set_text(args, arguments);
+  set_text(dir, directory);
+  set_text(operation, L"open");
   show.v.vt = VT_I4;
   show.v.lVal = SW_SHOWNORMAL;
-  HRESULT hr = shell->ShellExecute(file_text, args.v, dir.v, operation.v, show.v);
-  SysFreeString(file_text);
-  return SUCCEEDED(hr);
+  return SUCCEEDED(shell->ShellExecute(file_text.get(), args.v, dir.v, operation.v, show.v));
 }
 
 }  // namespace nv::platform

@@ -40,29 +40,14 @@ DECLSPEC_IMPORT BOOL WINAPI WTSFreeMemoryExW(WTS_TYPE_CLASS WTSTypeClass, PVOID 
 namespace nv::platform {
 namespace {
 
-// CreateToolhelp32Snapshot reports failure as INVALID_HANDLE_VALUE.
-win32::UniqueHandle snapshot(DWORD flags, DWORD process_id) {
-  HANDLE handle = CreateToolhelp32Snapshot(flags, process_id);
-  return win32::UniqueHandle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+win32::UniqueSnapshot snapshot(DWORD flags, DWORD process_id) {
+  return win32::UniqueSnapshot(CreateToolhelp32Snapshot(flags, process_id));
 }
-
-// The list of one session enumeration, freed as what it is.
-class ProcessInfoList {
- public:
-  ProcessInfoList() = default;
-  ProcessInfoList(const ProcessInfoList&) = delete;
-  ProcessInfoList& operator=(const ProcessInfoList&) = delete;
-  ~ProcessInfoList() {
-    if (info_) WTSFreeMemoryExW(WTSTypeProcessInfoLevel1, info_, count_);
-  }
-  WTS_PROCESS_INFO_EXW* info_ = nullptr;
-  DWORD count_ = 0;
-};
 
 }  // namespace
 
 std::optional<std::vector<ProcessRecord>> list_processes() {
-  win32::UniqueHandle snap = snapshot(TH32CS_SNAPPROCESS, 0);
+  const win32::UniqueSnapshot snap = snapshot(TH32CS_SNAPPROCESS, 0);
   if (!snap) return std::nullopt;
   PROCESSENTRY32W entry{};
   entry.dwSize = sizeof(entry);
@@ -83,14 +68,19 @@ std::optional<std::uint32_t> current_session() {
 
 std::optional<std::vector<std::pair<std::uint32_t, std::uint32_t>>> session_records() {
   DWORD level = 1;
-  ProcessInfoList list;
-  if (!WTSEnumerateProcessesExW(WTS_CURRENT_SERVER_HANDLE, &level, WTS_ANY_SESSION,
-                                reinterpret_cast<LPWSTR*>(&list.info_), &list.count_))
+  WTS_PROCESS_INFO_EXW* info = nullptr;
+  DWORD count = 0;
+  // The list is freed as what it is, which takes its length.
+  const win32::ScopeExit free_list([&] {
+    if (info) WTSFreeMemoryExW(WTSTypeProcessInfoLevel1, info, count);
+  });
+  if (!WTSEnumerateProcessesExW(WTS_CURRENT_SERVER_HANDLE, &level, WTS_ANY_SESSION, reinterpret_cast<LPWSTR*>(&info),
+                                &count))
     return std::nullopt;
-  if (!list.info_) return std::nullopt;
+  if (!info) return std::nullopt;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> records;
-  records.reserve(list.count_);
-  for (DWORD i = 0; i < list.count_; ++i) records.emplace_back(list.info_[i].ProcessId, list.info_[i].SessionId);
+  records.reserve(count);
+  for (DWORD i = 0; i < count; ++i) records.emplace_back(info[i].ProcessId, info[i].SessionId);
   return records;
 }
 
@@ -107,7 +97,7 @@ ModuleList list_modules(std::uint32_t process_id) {
   ModuleList list;
   // A module snapshot of a process that is still loading may fail with
   // ERROR_BAD_LENGTH; the call is meant to be repeated then.
-  win32::UniqueHandle snap;
+  win32::UniqueSnapshot snap;
   for (int attempt = 0; attempt < 8 && !snap; ++attempt) {
     snap = snapshot(TH32CS_SNAPMODULE | TH32CS_SNAPMODULE32, process_id);
     if (!snap && GetLastError() != ERROR_BAD_LENGTH) break;

@@ -18,10 +18,9 @@ std::wstring module_path() {
 
 std::optional<std::vector<std::wstring>> split_command_line(const std::wstring& text) {
   int count = 0;
-  LPWSTR* argv = CommandLineToArgvW(text.c_str(), &count);
+  const win32::UniqueLocal<LPWSTR> argv(CommandLineToArgvW(text.c_str(), &count));
   if (!argv) return std::nullopt;
-  win32::UniqueLocal owner(static_cast<void*>(argv));
-  return std::vector<std::wstring>(argv, argv + count);
+  return std::vector<std::wstring>(argv.get(), argv.get() + count);
 }
 
 std::vector<std::wstring> command_arguments() {
@@ -34,13 +33,11 @@ void com_initialize() { (void)CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);
 void com_uninitialize() { CoUninitialize(); }
 
 std::wstring environment_block() {
-  LPWCH block = GetEnvironmentStringsW();
+  const win32::UniqueEnvironment block(GetEnvironmentStringsW());
   if (!block) return {};
-  const wchar_t* end = block;
+  const wchar_t* end = block.get();
   while (*end) end += wcslen(end) + 1;  // entry by entry until the empty entry
-  std::wstring copy(block, static_cast<std::size_t>(end - block) + 1);
-  FreeEnvironmentStringsW(block);
-  return copy;
+  return std::wstring(block.get(), static_cast<std::size_t>(end - block.get()) + 1);
 }
 
 }  // namespace nv::platform

@@ -7,6 +7,8 @@
 
 #include <cstddef>
 
+#include "platform/win32/owners.h"
+
 namespace nv::platform {
 namespace {
 
@@ -42,23 +44,6 @@ struct TrustData {
 static_assert(offsetof(TrustData, pSignatureSettings) == sizeof(WINTRUST_DATA));
 #endif
 
-// WinVerifyTrust keeps state between the verification and the close call; the
-// close is made on every way out.
-class TrustState {
- public:
-  explicit TrustState(WINTRUST_DATA* data) : data_(data) {}
-  TrustState(const TrustState&) = delete;
-  TrustState& operator=(const TrustState&) = delete;
-  ~TrustState() {
-    GUID action = WINTRUST_ACTION_GENERIC_VERIFY_V2;
-    data_->dwStateAction = WTD_STATEACTION_CLOSE;
-    WinVerifyTrust(nullptr, &action, data_);
-  }
-
- private:
-  WINTRUST_DATA* data_;
-};
-
 }  // namespace
 
 SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint32_t> index) {
@@ -93,7 +78,13 @@ SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint
 
   GUID action = WINTRUST_ACTION_GENERIC_VERIFY_V2;
   const LONG status = WinVerifyTrust(nullptr, &action, &data);
-  const TrustState state(&data);
+  // WinVerifyTrust keeps state between the verification and the close call;
+  // the close is made on every way out.
+  const win32::ScopeExit close_state([&data] {
+    GUID close_action = WINTRUST_ACTION_GENERIC_VERIFY_V2;
+    data.dwStateAction = WTD_STATEACTION_CLOSE;
+    WinVerifyTrust(nullptr, &close_action, &data);
+  });
   if (status != 0) return result;
   result.verified = true;
   if (index) result.secondary_signatures = settings.cSecondarySigs;
