@@ -42,13 +42,11 @@ inline void write_bytes(const std::wstring& path, const std::string& bytes) {
 }
 
 template <typename Action>
-std::string failure_of(Action&& action) {
-  try {
-    action();
-  } catch (const std::exception& e) {
-    return e.what();
-  }
+std::string failure_of(Action&& action) try {
+  action();
   return "no failure";
+} catch (const std::exception& e) {
+  return e.what();
 }
 
 }  // namespace nv::test

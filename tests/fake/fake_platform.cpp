@@ -1,17 +1,10 @@
 #include "fake_platform.h"
 
+#include <algorithm>
+
 #include "foundation/paths.h"
 
 namespace nv::fake {
-
-std::deque<int> message_box_answers;
-std::vector<std::wstring> message_boxes;
-platform::ProcessStart process_start_result;
-std::vector<Start> process_starts;
-std::vector<Process> processes;
-bool session_list_fails;
-std::map<std::wstring, platform::FixedFileInfo> versions;
-std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck> signatures;
 
 void reset() {
   message_box_answers.clear();
@@ -24,13 +17,10 @@ void reset() {
   signatures.clear();
 }
 
-namespace {
 const Process* find(std::uint32_t id) {
-  for (const auto& p : processes)
-    if (p.record.id == id) return &p;
-  return nullptr;
+  auto it = std::find_if(processes.begin(), processes.end(), [&](const Process& p) { return p.record.id == id; });
+  return it == processes.end() ? nullptr : &*it;
 }
-}  // namespace
 
 }  // namespace nv::fake
 

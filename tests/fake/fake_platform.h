@@ -19,15 +19,15 @@ namespace nv::fake {
 
 void reset();
 
-extern std::deque<int> message_box_answers;   // in order; with none left a box answers IDOK
-extern std::vector<std::wstring> message_boxes;  // the texts shown
+inline std::deque<int> message_box_answers;   // in order; with none left a box answers IDOK
+inline std::vector<std::wstring> message_boxes;  // the texts shown
 
 struct Start {
   std::wstring command_line;
   std::vector<std::uint16_t> environment;
 };
-extern platform::ProcessStart process_start_result;  // started by default
-extern std::vector<Start> process_starts;
+inline platform::ProcessStart process_start_result{true, 0};  // started by default
+inline std::vector<Start> process_starts;
 
 struct Process {
   platform::ProcessRecord record;
@@ -35,11 +35,11 @@ struct Process {
   std::optional<std::uint32_t> session = 1;  // nullopt: missing from the session list
   platform::ModuleList modules{platform::ModuleListing::listed, {}};
 };
-extern std::vector<Process> processes;  // empty: the snapshot fails
-extern bool session_list_fails;
+inline std::vector<Process> processes;  // empty: the snapshot fails
+inline bool session_list_fails = false;
 
 // By folded path; a file not listed has no version resource or signature.
-extern std::map<std::wstring, platform::FixedFileInfo> versions;
-extern std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck> signatures;  // index 0: primary
+inline std::map<std::wstring, platform::FixedFileInfo> versions;
+inline std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck> signatures;  // index 0: primary
 
 }  // namespace nv::fake
