@@ -42,8 +42,36 @@ inline constexpr const char* missing_key = "invalid map<K, T> key";
 // Paths
 inline constexpr const char* exists = "exists";
 inline constexpr const char* create_directories = "create_directories";
-// Update (placeholders until the updater exists)
+// Atomic writes
+inline constexpr const char* update_temporary_file = "update temporary file";
+// Release manifest
+inline constexpr const char* update_manifest_size = "update manifest size";
+inline constexpr const char* update_manifest = "update manifest";
+inline constexpr const char* update_header = "update header";
+inline constexpr const char* update_public_key = "update public key";
+inline constexpr const char* update_algorithm = "update algorithm";
 inline constexpr const char* update_signature = "update signature";
+inline constexpr const char* update_claims = "update claims";
+inline constexpr const char* update_bounds = "update bounds";
+inline constexpr const char* update_hash = "update hash";
+inline constexpr const char* update_path = "update path";
+// Feed client
+inline constexpr const char* update_event = "update event";
+inline constexpr const char* update_network = "update network";
+inline constexpr const char* update_redirect_policy = "update redirect policy";
+inline constexpr const char* update_context = "update context";
+inline constexpr const char* update_callback = "update callback";
+inline constexpr const char* update_deadline = "update deadline";
+inline constexpr const char* update_feed_unavailable = "update feed unavailable";
+// Check schedule
+inline constexpr const char* update_check_state = "update check state";
+// Installer download
+inline constexpr const char* download_cancelled = "download cancelled";
+inline constexpr const char* download_network = "download network";
+inline constexpr const char* download_unavailable = "download unavailable";
+inline constexpr const char* download_file = "download file";
+inline constexpr const char* download_incomplete = "download incomplete";
+inline constexpr const char* download_size = "download size";
 }  // namespace failure
 
 [[noreturn]] inline void fail(const char* text) { throw std::runtime_error(text); }

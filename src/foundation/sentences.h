@@ -48,4 +48,22 @@ inline constexpr const wchar_t* signed_update =
 inline constexpr const wchar_t* unverified_build =
     L"Automatic compatibility could not be verified. Use Normal Mode or explicitly approve this exact build.";
 
+// Self-update. The question is the version text between these two parts.
+inline constexpr const wchar_t* update_question_lead = L"Tenebrix ";
+inline constexpr const wchar_t* update_question =
+    L" is available. Download and install it now? Paltalk will need to exit before installation.\n\nYes: update "
+    L"and resume this launch. No: continue with the installed version.";
+inline constexpr const wchar_t* download_title = L"Downloading Tenebrix update";
+inline constexpr const wchar_t* download_content =
+    L"The current installation stays available until the download is verified.";
+inline constexpr const wchar_t* download_cancelling = L"Cancelling the download...";
+inline constexpr const wchar_t* wait_title = L"Exit Paltalk to finish updating";
+inline constexpr const wchar_t* wait_content =
+    L"Use Paltalk's Exit command, including its tray icon if needed. Tenebrix will continue automatically when "
+    L"every copy using the theme has closed.";
+inline constexpr const wchar_t* update_download_failed =
+    L"Tenebrix could not download or verify the update. Your installed version has not been changed.";
+inline constexpr const wchar_t* update_start_failed =
+    L"Tenebrix could not start the verified installer. Your installed version has not been changed.";
+
 }  // namespace nv::sentence
