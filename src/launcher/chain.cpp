@@ -27,8 +27,6 @@
 namespace nv {
 namespace {
 
-constexpr std::uint64_t manifest_size_limit = 16384;
-
 // The manifest file must be named absolutely, exist, and be small enough to read.
 std::int32_t verify_manifest_option(const std::wstring& path) {
   if (path.empty() || !is_absolute_path(path) || !is_regular_file(path)) return exit_code::bad_use;

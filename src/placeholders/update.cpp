@@ -1,12 +1,9 @@
-// The self-updater does not exist yet: nothing is offered, nothing verifies.
-#include "foundation/failure.h"
+// The rest of the self-updater does not exist yet: nothing is offered, no installer verifies.
 #include "update/handover.h"
 #include "update/manifest.h"
 #include "update/update_decision.h"
 
 namespace nv {
-
-ReleaseManifest parse_release_manifest(const std::string&) { fail(failure::update_signature); }
 
 bool verify_installer(const std::wstring&, const ReleaseManifest&) { return false; }
 

@@ -40,4 +40,16 @@ enum class FileHash {
 };
 FileHash sha256_file(const std::wstring& path, Sha256Digest& digest);
 
+// ES256: ECDSA on P-256 over a SHA-256 digest. The point is X then Y and the
+// signature r then s, each 32 big-endian bytes. The statuses are NTSTATUS
+// values, negative for a failure; a call not made keeps its failing default.
+using EcPoint = std::array<std::uint8_t, 64>;
+using EcSignature = std::array<std::uint8_t, 64>;
+struct Es256Check {
+  bool provider = false;  // the ECDSA P-256 provider could be opened
+  std::int32_t import_status = -1;
+  std::int32_t verify_status = -1;  // not tried when the import failed
+};
+Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const EcSignature& signature);
+
 }  // namespace nv::platform

@@ -2,8 +2,13 @@
 // base64 written out with the strictness of the Windows calls they stand for.
 #include "platform/crypto.h"
 
+#include <openssl/bn.h>
+#include <openssl/core_names.h>
+#include <openssl/ec.h>
 #include <openssl/evp.h>
+#include <openssl/params.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <memory>
@@ -91,6 +96,15 @@ struct FreeContextFn {
 struct FreeDigestFn {
   void operator()(EVP_MD* digest) const { EVP_MD_free(digest); }
 };
+struct FreeKeyFn {
+  void operator()(EVP_PKEY* key) const { EVP_PKEY_free(key); }
+};
+struct FreeKeyContextFn {
+  void operator()(EVP_PKEY_CTX* context) const { EVP_PKEY_CTX_free(context); }
+};
+struct FreeSignatureFn {
+  void operator()(ECDSA_SIG* signature) const { ECDSA_SIG_free(signature); }
+};
 struct CloseFileFn {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
@@ -117,6 +131,11 @@ bool ensure_file_hash_provider(FileHashProvider& provider) {
   provider.ready.store(true, std::memory_order_release);
   return true;
 }
+
+// The statuses CNG gives for a point off the curve and for a signature that
+// does not match.
+constexpr std::int32_t status_invalid_parameter = static_cast<std::int32_t>(0xC000000Du);
+constexpr std::int32_t status_invalid_signature = static_cast<std::int32_t>(0xC000A000u);
 
 }  // namespace
 
@@ -238,6 +257,47 @@ FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
     return FileHash::cannot_finish;
   }
   return FileHash::done;
+}
+
+Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const EcSignature& signature) {
+  Es256Check check;
+  std::unique_ptr<EVP_PKEY_CTX, FreeKeyContextFn> maker(EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
+  if (!maker || EVP_PKEY_fromdata_init(maker.get()) != 1) return check;
+  check.provider = true;
+
+  // The uncompressed encoding 04 || X || Y; OpenSSL refuses a point off the curve.
+  unsigned char encoded[65] = {0x04};
+  std::copy(point.begin(), point.end(), encoded + 1);
+  char group[] = "prime256v1";
+  const OSSL_PARAM params[] = {OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, group, 0),
+                               OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, encoded, sizeof encoded),
+                               OSSL_PARAM_construct_end()};
+  EVP_PKEY* made = nullptr;
+  const bool imported =
+      EVP_PKEY_fromdata(maker.get(), &made, EVP_PKEY_PUBLIC_KEY, const_cast<OSSL_PARAM*>(params)) == 1;
+  std::unique_ptr<EVP_PKEY, FreeKeyFn> key(made);
+  check.import_status = imported ? 0 : status_invalid_parameter;
+  if (!imported) return check;
+
+  // OpenSSL wants the signature in DER.
+  std::unique_ptr<ECDSA_SIG, FreeSignatureFn> pair(ECDSA_SIG_new());
+  BIGNUM* r = BN_bin2bn(signature.data(), 32, nullptr);
+  BIGNUM* s = BN_bin2bn(signature.data() + 32, 32, nullptr);
+  if (!pair || !r || !s || ECDSA_SIG_set0(pair.get(), r, s) != 1) {
+    BN_free(r);
+    BN_free(s);
+    check.verify_status = status_invalid_signature;
+    return check;
+  }
+  unsigned char* der = nullptr;
+  const int der_length = i2d_ECDSA_SIG(pair.get(), &der);
+  std::unique_ptr<EVP_PKEY_CTX, FreeKeyContextFn> verifier(EVP_PKEY_CTX_new_from_pkey(nullptr, key.get(), nullptr));
+  const bool verified =
+      der_length > 0 && verifier && EVP_PKEY_verify_init(verifier.get()) == 1 &&
+      EVP_PKEY_verify(verifier.get(), der, static_cast<std::size_t>(der_length), digest.data(), digest.size()) == 1;
+  OPENSSL_free(der);
+  check.verify_status = verified ? 0 : status_invalid_signature;
+  return check;
 }
 
 }  // namespace nv::platform

@@ -5,6 +5,7 @@
 #include <wincrypt.h>
 
 #include <atomic>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <vector>
@@ -18,6 +19,7 @@ bool succeeded(NTSTATUS status) { return status >= 0; }
 
 using win32::UniqueAlgorithm;
 using win32::UniqueHash;
+using win32::UniqueKey;
 
 // The provider for file digests, opened once for the life of the process (the
 // analysis hashes four files at a time) and closed at exit. A failed opening
@@ -122,6 +124,27 @@ FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
     return FileHash::cannot_finish;
   }
   return FileHash::done;
+}
+
+Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const EcSignature& signature) {
+  Es256Check check;
+  UniqueAlgorithm algorithm;
+  if (!succeeded(BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_ECDSA_P256_ALGORITHM, nullptr, 0))) return check;
+  check.provider = true;
+
+  // ECCPUBLICBLOB: magic "ECS1" and key length 32, little-endian, then X and Y.
+  const BCRYPT_ECCKEY_BLOB head{BCRYPT_ECDSA_PUBLIC_P256_MAGIC, 32};
+  std::array<UCHAR, sizeof head + 64> blob{};
+  std::memcpy(blob.data(), &head, sizeof head);
+  std::memcpy(blob.data() + sizeof head, point.data(), point.size());
+  UniqueKey key;
+  check.import_status = BCryptImportKeyPair(algorithm.get(), nullptr, BCRYPT_ECCPUBLIC_BLOB, key.put(), blob.data(),
+                                            static_cast<ULONG>(blob.size()), 0);
+  if (!succeeded(check.import_status)) return check;
+  check.verify_status =
+      BCryptVerifySignature(key.get(), nullptr, const_cast<PUCHAR>(digest.data()), static_cast<ULONG>(digest.size()),
+                            const_cast<PUCHAR>(signature.data()), static_cast<ULONG>(signature.size()), 0);
+  return check;
 }
 
 }  // namespace nv::platform
