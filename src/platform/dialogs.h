@@ -1,5 +1,6 @@
 #pragma once
 // Message boxes and other dialogs of the launcher.
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,7 @@ inline constexpr unsigned mb_ok = 0x0;
 inline constexpr unsigned mb_yesnocancel = 0x3;
 inline constexpr unsigned mb_yesno = 0x4;
 inline constexpr unsigned mb_iconerror = 0x10;
+inline constexpr unsigned mb_iconquestion = 0x20;
 inline constexpr unsigned mb_iconwarning = 0x30;
 inline constexpr unsigned mb_iconinformation = 0x40;
 inline constexpr unsigned mb_defbutton2 = 0x100;
@@ -39,6 +41,33 @@ inline constexpr int dialog_failed = 0;
 // The id of the button that closed the dialog (id_cancel for Cancel, Escape or
 // the close box), or dialog_failed.
 int command_link_dialog(const CommandLinkDialog& dialog);
+
+// A task dialog that the program steers from a callback on its timer tick
+// (about every 200 ms) and on button clicks: no owner window, no icon.
+inline constexpr unsigned tdf_callback_timer = 0x800;
+inline constexpr unsigned tdf_show_progress_bar = 0x200;
+inline constexpr unsigned tdcbf_ok_button = 0x1;
+inline constexpr unsigned tdcbf_cancel_button = 0x8;
+struct TimerDialog {
+  std::wstring window_title;
+  std::wstring main_instruction;
+  std::wstring content;
+  unsigned flags = 0;           // TDF_*
+  unsigned common_buttons = 0;  // TDCBF_*
+};
+enum class DialogEvent { timer, button_clicked };
+// What a callback may do to its open dialog.
+struct DialogWindow {
+  void* handle = nullptr;
+  void click_button(int id) const;                      // TDM_CLICK_BUTTON
+  void set_progress(unsigned percent) const;            // TDM_SET_PROGRESS_BAR_POS
+  void set_content(const std::wstring& text) const;     // TDM_SET_ELEMENT_TEXT, TDE_CONTENT
+};
+// Returns what the dialog's callback returns: for a click, non-zero keeps the
+// dialog open. `button` is the clicked id, 0 on a timer tick.
+using DialogCallback = std::function<int(const DialogWindow&, DialogEvent, int button)>;
+// The id of the button that closed the dialog, or dialog_failed.
+int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback);
 
 // The shell's file-open dialog (IFileOpenDialog), with no owner window.
 inline constexpr unsigned fos_forcefilesystem = 0x40;

@@ -13,4 +13,19 @@ bool create_file_with(const std::wstring& path, const std::string& bytes);
 // replaces a file at the target and returns only once the move is on disk.
 bool move_replacing(const std::wstring& from, const std::wstring& to);
 
+// CreateFileW(write, no sharing, CREATE_NEW), one WriteFile of all the bytes,
+// FlushFileBuffers, close. `cannot_create` leaves nothing behind; after
+// `cannot_write` the file exists and is the caller's to delete.
+enum class NewFile { written, cannot_create, cannot_write };
+NewFile write_new_file(const std::wstring& path, const std::string& bytes);
+
+// MoveFileExW with MOVEFILE_WRITE_THROUGH, and MOVEFILE_REPLACE_EXISTING when
+// `replace` is set; without it an existing target makes the move fail.
+bool move_file(const std::wstring& from, const std::wstring& to, bool replace);
+bool delete_file(const std::wstring& path);  // DeleteFileW
+
+// CoCreateGuid through StringFromGUID2: {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}.
+// False when either call fails.
+bool new_guid_text(std::wstring& text);
+
 }  // namespace nv::platform

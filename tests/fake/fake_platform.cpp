@@ -1,6 +1,8 @@
 #include "fake_platform.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 
 #include "foundation/paths.h"
 
@@ -15,6 +17,10 @@ void reset() {
   session_list_fails = false;
   versions.clear();
   signatures.clear();
+  timer_dialogs.clear();
+  timer_dialog_clicks.clear();
+  dialog_actions.clear();
+  timer_dialog_fails = false;
 }
 
 const Process* find(std::uint32_t id) {
@@ -35,6 +41,38 @@ int message_box(const std::wstring& text, const std::wstring&, unsigned) {
 }
 int command_link_dialog(const CommandLinkDialog&) { return dialog_failed; }
 std::wstring open_file_dialog(const FileOpenDialog&) { return {}; }
+
+namespace {
+std::optional<int> pending_click;  // a button pressed by the callback itself
+}
+void DialogWindow::click_button(int id) const {
+  fake::dialog_actions.push_back(L"click " + std::to_wstring(id));
+  pending_click = id;
+}
+void DialogWindow::set_progress(unsigned percent) const {
+  fake::dialog_actions.push_back(L"progress " + std::to_wstring(percent));
+}
+void DialogWindow::set_content(const std::wstring& text) const { fake::dialog_actions.push_back(L"content " + text); }
+
+int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
+  if (fake::timer_dialog_fails) return dialog_failed;
+  fake::timer_dialogs.push_back(dialog.main_instruction);
+  const DialogWindow window;
+  pending_click.reset();
+  // A click closes the dialog unless the callback keeps it open.
+  const auto click = [&](int id) { return callback(window, DialogEvent::button_clicked, id) == 0; };
+  for (int tick = 0; tick < 5000; ++tick) {
+    callback(window, DialogEvent::timer, 0);
+    if (const auto id = std::exchange(pending_click, std::nullopt); id && click(*id)) return *id;
+    if (!fake::timer_dialog_clicks.empty()) {
+      const int id = fake::timer_dialog_clicks.front();
+      fake::timer_dialog_clicks.pop_front();
+      if (click(id)) return id;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  return id_cancel;
+}
 
 Elevation token_elevation() { return Elevation::not_elevated; }
 ProcessStart create_process(const std::wstring&, const std::wstring& command_line,

@@ -22,6 +22,15 @@ void reset();
 inline std::deque<int> message_box_answers;   // in order; with none left a box answers IDOK
 inline std::vector<std::wstring> message_boxes;  // the texts shown
 
+// Timer dialogs: each shown one's main instruction, and what its callback did
+// ("progress 40", "click 2", "content ..."). A dialog gets the scripted clicks,
+// in order, one after each tick, and ticks (1 ms apart) until a click closes it;
+// after 5,000 ticks it ends as Cancel would.
+inline std::vector<std::wstring> timer_dialogs;
+inline std::deque<int> timer_dialog_clicks;
+inline std::vector<std::wstring> dialog_actions;
+inline bool timer_dialog_fails = false;
+
 struct Start {
   std::wstring command_line;
   std::vector<std::uint16_t> environment;

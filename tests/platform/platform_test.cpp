@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "foundation/atomic_write.h"
 #include "foundation/failure.h"
 #include "host/configuration.h"
 #include "host/ini.h"
@@ -48,6 +49,39 @@ TEST(SaveConfiguration, SevenKeysRewrittenOnlyWhenOneDiffers) {
   save_configuration(path, analysis, true, L"");
   EXPECT_EQ(read_ini_value(path, L"Notes", L"Mine") + read_ini_value(path, L"Appearance", L"BrowserDark"), L"0");
   EXPECT_EQ(test::failure_of([&] { save_configuration(dir.path, analysis, true, L""); }), failure::replace_configuration);
+}
+
+// Each row: a target, whether to replace, what lies there first, and what the
+// directory holds afterwards (name=content), the temporary file never among it.
+TEST(WriteFileAtomic, TargetEitherWholeOrUntouched) {
+  struct Case { const wchar_t* target; bool replace; const char* before; bool result; std::string after; };
+  const Case cases[] = {
+      {L"new.json", false, nullptr, true, "new.json=content;"},
+      {L"old.json", false, "old", false, "old.json=old;"},
+      {L"old.json", true, "old", true, "old.json=content;"},
+      {L"folder", false, "/", false, "folder=/;"},  // the existence test passes, the rename refuses
+      {L"folder", true, "/", false, "folder=/;"},
+      {L"missing\\x.json", true, nullptr, false, ""},
+      {L"", true, nullptr, false, ""},  // the directory itself: no file name
+  };
+  for (const auto& c : cases) {
+    test::TempDir dir;
+    if (c.before && std::string(c.before) == "/") std::filesystem::create_directory(test::to_fs(dir / c.target));
+    else if (c.before) test::write_bytes(dir / c.target, c.before);
+    EXPECT_EQ(write_file_atomic(dir / c.target, [] { return std::string("content"); }, c.replace), c.result) << c.target;
+    std::string after;
+    for (const auto& entry : std::filesystem::directory_iterator(dir.native))
+      after += entry.path().filename().string() + "=" +
+               (entry.is_directory() ? std::string("/") : std::string(std::istreambuf_iterator<char>(std::ifstream(entry.path(), std::ios::binary).rdbuf()), {})) + ";";
+    EXPECT_EQ(after, c.after) << c.target;
+  }
+  test::TempDir dir;
+  EXPECT_FALSE(write_file_atomic(L"relative.json", [] { return std::string("x"); }, true));
+  EXPECT_TRUE(write_file_atomic(dir / L"empty", [] { return std::string(); }, false));
+  EXPECT_EQ(std::filesystem::file_size(test::to_fs(dir / L"empty")), 0u);
+  EXPECT_EQ(test::failure_of([&] { write_file_atomic(dir / L"x", []() -> std::string { throw std::runtime_error("mine"); }, true); }), "mine");
+  EXPECT_EQ(guid_text().size(), 38u);
+  EXPECT_NE(guid_text(), guid_text());
 }
 
 }  // namespace

@@ -6,5 +6,9 @@ namespace nv::platform {
 int message_box(const std::wstring&, const std::wstring&, unsigned) { return id_cancel; }
 int command_link_dialog(const CommandLinkDialog&) { return dialog_failed; }
 std::wstring open_file_dialog(const FileOpenDialog&) { return {}; }
+int timer_dialog(const TimerDialog&, const DialogCallback&) { return dialog_failed; }
+void DialogWindow::click_button(int) const {}
+void DialogWindow::set_progress(unsigned) const {}
+void DialogWindow::set_content(const std::wstring&) const {}
 
 }  // namespace nv::platform

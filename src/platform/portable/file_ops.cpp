@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <fstream>
+#include <random>
 #include <system_error>
 
 #include "platform/portable/native_path.h"
@@ -32,6 +33,38 @@ bool move_replacing(const std::wstring& from, const std::wstring& to) {
   const bool synced = ::fsync(handle) == 0;
   ::close(handle);
   return synced;
+}
+
+NewFile write_new_file(const std::wstring& path, const std::string& bytes) {
+  const int handle = ::open(portable::to_native(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  if (handle < 0) return NewFile::cannot_create;
+  const ssize_t written = ::write(handle, bytes.data(), bytes.size());
+  const bool complete = written >= 0 && static_cast<std::size_t>(written) == bytes.size() && ::fsync(handle) == 0;
+  const bool closed = ::close(handle) == 0;
+  return complete && closed ? NewFile::written : NewFile::cannot_write;
+}
+
+bool move_file(const std::wstring& from, const std::wstring& to, bool replace) {
+  if (replace) return move_replacing(from, to);
+  // link(2) refuses an existing target of any kind, as the move without replace must.
+  const std::string source = portable::to_native(from).string(), target = portable::to_native(to).string();
+  if (::link(source.c_str(), target.c_str()) != 0) return false;
+  ::unlink(source.c_str());
+  return true;
+}
+
+bool delete_file(const std::wstring& path) { return ::unlink(portable::to_native(path).c_str()) == 0; }
+
+bool new_guid_text(std::wstring& text) {
+  std::random_device source;
+  static constexpr wchar_t digits[] = L"0123456789ABCDEF";
+  text = L"{";
+  for (int i = 0; i < 32; ++i) {
+    if (i == 8 || i == 12 || i == 16 || i == 20) text += L'-';
+    text += digits[source() & 15u];
+  }
+  text += L'}';
+  return true;
 }
 
 }  // namespace nv::platform

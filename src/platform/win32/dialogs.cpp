@@ -51,6 +51,46 @@ int command_link_dialog(const CommandLinkDialog& dialog) {
   return pressed;
 }
 
+void DialogWindow::click_button(int id) const {
+  SendMessageW(static_cast<HWND>(handle), TDM_CLICK_BUTTON, static_cast<WPARAM>(id), 0);
+}
+void DialogWindow::set_progress(unsigned percent) const {
+  SendMessageW(static_cast<HWND>(handle), TDM_SET_PROGRESS_BAR_POS, percent, 0);
+}
+void DialogWindow::set_content(const std::wstring& text) const {
+  SendMessageW(static_cast<HWND>(handle), TDM_SET_ELEMENT_TEXT, TDE_CONTENT, reinterpret_cast<LPARAM>(text.c_str()));
+}
+
+namespace {
+
+HRESULT CALLBACK timer_dialog_callback(HWND window, UINT notification, WPARAM wparam, LPARAM, LONG_PTR data) {
+  const auto& callback = *reinterpret_cast<const DialogCallback*>(data);
+  const DialogWindow dialog{window};
+  if (notification == TDN_TIMER) return callback(dialog, DialogEvent::timer, 0);
+  if (notification == TDN_BUTTON_CLICKED)
+    return callback(dialog, DialogEvent::button_clicked, static_cast<int>(wparam)) ? S_FALSE : S_OK;
+  return S_OK;
+}
+
+}  // namespace
+
+int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
+  const TaskDialogIndirectFn show = task_dialog_indirect();
+  if (!show) return dialog_failed;
+  TASKDIALOGCONFIG config{};
+  config.cbSize = sizeof(config);
+  config.dwFlags = dialog.flags;
+  config.dwCommonButtons = dialog.common_buttons;
+  config.pszWindowTitle = dialog.window_title.c_str();
+  config.pszMainInstruction = dialog.main_instruction.c_str();
+  config.pszContent = dialog.content.c_str();
+  config.pfCallback = timer_dialog_callback;
+  config.lpCallbackData = reinterpret_cast<LONG_PTR>(&callback);
+  int pressed = 0;
+  if (FAILED(show(&config, &pressed, nullptr, nullptr))) return dialog_failed;
+  return pressed;
+}
+
 std::wstring open_file_dialog(const FileOpenDialog& dialog) {
   win32::ComPtr<IFileOpenDialog> picker;
   if (FAILED(CoCreateInstance(CLSID_FileOpenDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IFileOpenDialog,

@@ -1,0 +1,124 @@
+#include "update/pipeline.h"
+
+#include <chrono>
+
+#include "foundation/atomic_write.h"
+#include "foundation/paths.h"
+#include "foundation/sentences.h"
+#include "platform/file_ops.h"
+#include "platform/known_folders.h"
+#include "update/handover.h"
+#include "update/schedule.h"
+
+namespace nv {
+namespace {
+
+bool finished(std::future<bool>& worker) {
+  return worker.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+}
+
+// The temporary file goes on every way out of the download; after a successful
+// rename the delete finds nothing.
+struct PartFile {
+  std::wstring path;
+  ~PartFile() {
+    if (!path.empty()) platform::delete_file(path);
+  }
+};
+
+DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring& target) {
+  const std::wstring local = platform::known_folder_path(platform::KnownFolder::local_app_data);
+  if (local.empty()) return DownloadResult::failed;
+  const std::wstring folder = revision_folder(local, manifest.revision);
+  if (platform::create_directories(folder)) return DownloadResult::failed;
+  target = folder + L"\\" + name_of(manifest.path);
+  if (verify_installer(target, manifest)) return DownloadResult::ready;
+
+  PartFile part{target + guid_text() + L".part"};
+  DownloadProgress progress;
+  std::future<bool> worker = std::async(std::launch::async, [&]() noexcept {
+    try {
+      download_to_file(manifest, part.path, progress);
+      return true;
+    } catch (...) {
+      return false;
+    }
+  });
+  DownloadDialogState state{&progress, &worker, false};
+  const int pressed = platform::timer_dialog(
+      {L"Tenebrix", sentence::download_title, sentence::download_content,
+       platform::tdf_show_progress_bar | platform::tdf_callback_timer, platform::tdcbf_cancel_button},
+      [&](const platform::DialogWindow& dialog, platform::DialogEvent event, int button) {
+        return download_dialog_callback(state, dialog, event, button);
+      });
+  const bool dialog_failed = pressed == platform::dialog_failed;
+  if (dialog_failed) progress.cancel = true;
+  const bool downloaded = worker.get();
+  if (dialog_failed) return DownloadResult::failed;
+  if (progress.cancel) return DownloadResult::cancelled;
+  if (!downloaded || !verify_installer(part.path, manifest) || !platform::move_file(part.path, target, true))
+    return DownloadResult::failed;
+  return verify_installer(target, manifest) ? DownloadResult::ready : DownloadResult::failed;
+}
+
+}  // namespace
+
+DownloadResult download_installer(const ReleaseManifest& manifest, std::wstring& target) {
+  try {
+    return download_to_target(manifest, target);
+  } catch (...) {
+    return DownloadResult::failed;
+  }
+}
+
+int download_dialog_callback(DownloadDialogState& state, const platform::DialogWindow& dialog,
+                             platform::DialogEvent event, int button) {
+  if (event == platform::DialogEvent::timer) {
+    dialog.set_progress(state.progress->percent);
+    if (finished(*state.worker)) {
+      state.closing = true;
+      dialog.click_button(platform::id_cancel);
+    }
+    return 0;
+  }
+  if (button != platform::id_cancel) return 0;
+  const bool done = finished(*state.worker);
+  if (!state.closing) state.progress->cancel = true;
+  if (done) return 0;
+  // The dialog stays until the worker has really stopped; the timer closes it then.
+  dialog.set_content(sentence::download_cancelling);
+  return 1;
+}
+
+bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& host_path, bool resume_dark,
+                         const std::wstring& install_root, const std::wstring& browser_dark,
+                         const std::wstring& diagnostic_path) {
+  int phase = 0;
+  try {
+    std::wstring target;
+    const DownloadResult downloaded = download_installer(manifest, target);
+    if (downloaded == DownloadResult::cancelled) return false;
+    if (downloaded == DownloadResult::failed) {
+      report_update_failure(0);
+      return false;
+    }
+    phase = 1;
+    if (!verify_installer(target, manifest)) {
+      report_update_failure(1);
+      return false;
+    }
+    if (!wait_for_host_exit(host_path, install_root)) return false;
+    // The last check and the start share one held handle, so nothing can swap the file between them.
+    if (start_verified_installer(target, manifest, host_path, resume_dark, browser_dark, diagnostic_path) !=
+        InstallerStart::started) {
+      report_update_failure(1);
+      return false;
+    }
+    return true;
+  } catch (...) {
+    report_update_failure(phase);
+    return false;
+  }
+}
+
+}  // namespace nv
