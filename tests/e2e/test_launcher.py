@@ -1,7 +1,7 @@
 """NightveilMode.exe under Wine: what only the real program on the real Windows API can show."""
 import pytest
 
-from harness import EXIT, FIXTURES, MANAGED, SENTENCE, TITLE, Install, read_ini, wait_for, win
+from harness import EXIT, FIXTURES, MANAGED, ROOT, SENTENCE, TITLE, Install, read_ini, wait_for, win
 from harness import install, make_install, session_keeper, uninstall_entry  # noqa: F401  (fixtures)
 
 # A caller started from a full-dark launch, with the user's own values under the launcher's markers.
@@ -129,13 +129,23 @@ def test_beside_a_running_themed_host(themed_host, args, answers, code, messages
     assert install.record().pid == record.pid  # no second host
 
 
+SIGNED = (ROOT / "tests/fuzz/corpus/all/manifest-signed.txt").read_text()  # with the test presets' key
+
+
+@pytest.mark.parametrize("text, path, code", [  # through the real CNG; too large or relative: not read at all
+    (SIGNED, "{root}\\latest.jws", EXIT.done), (SIGNED + "\n", "{root}\\latest.jws", EXIT.not_acceptable),
+    ("A" * 16384, "{root}\\latest.jws", EXIT.not_acceptable), ("A" * 16385, "{root}\\latest.jws", EXIT.bad_use),
+    (SIGNED, "latest.jws", EXIT.bad_use)])
+def test_verify_update_manifest(install, text, path, code):
+    (install.root / "latest.jws").write_text(text)
+    assert install.run("--verify-update-manifest", path.format(root=win(install.root)))[:2] == (code, [])
+
+
 @pytest.mark.parametrize("args, code", [  # operations not built yet take their safe failure path
     (["--support-report", "{root}\\report.json", "--paltalk", "{host}"], EXIT.action_failed),
     (["--support"], EXIT.action_failed),
-    (["--verify-update-manifest", "{root}\\latest.jws"], EXIT.not_acceptable),
     (["--remove-shortcuts"], EXIT.done)])
 def test_placeholder_option_exit_code(install, args, code):
-    (install.root / "latest.jws").write_text("eyJhbGciOiJFUzI1NiJ9.e30.c2ln")
     paths = {"root": win(install.root), "host": win(install.host)}
     assert install.run(*[arg.format(**paths) for arg in args])[:2] == (code, [])
     assert not (install.paltalk / "host-record.txt").exists()

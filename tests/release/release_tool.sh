@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# nv-release from key to check: a new key signs a manifest that passes the
-# client's check with its installer and fails it once the installer changes; a
+# nv-release from key to check: the manifest passes with its installer, not with a changed one; a
 # version the client would refuse is refused before anything is written.
 set -euo pipefail
 tool=$(realpath "$1")
