@@ -1,6 +1,8 @@
 #pragma once
 // Whole-file operations of the writers that replace a file through a
 // temporary one beside it.
+#include <cstdint>
+#include <memory>
 #include <string>
 
 namespace nv::platform {
@@ -12,5 +14,17 @@ bool create_file_with(const std::wstring& path, const std::string& bytes);
 // MoveFileExW(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH):
 // replaces a file at the target and returns only once the move is on disk.
 bool move_replacing(const std::wstring& from, const std::wstring& to);
+
+// The file a download streams into: created for writing only, shared with no
+// one, never over an existing file, and read ahead as a sequential stream
+// (CREATE_NEW, FILE_FLAG_SEQUENTIAL_SCAN). Empty when it cannot be created;
+// closed when it goes.
+struct NewFileClose {
+  void operator()(void* file) const;
+};
+using NewFile = std::unique_ptr<void, NewFileClose>;
+NewFile create_new_file(const std::wstring& path);
+bool write_all(void* file, const char* bytes, std::uint32_t count);  // false on failure or a short write
+bool flush_file(void* file);                                          // FlushFileBuffers
 
 }  // namespace nv::platform

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 #include <system_error>
 
@@ -32,6 +33,21 @@ bool move_replacing(const std::wstring& from, const std::wstring& to) {
   const bool synced = ::fsync(handle) == 0;
   ::close(handle);
   return synced;
+}
+
+void NewFileClose::operator()(void* file) const { std::fclose(static_cast<std::FILE*>(file)); }
+
+NewFile create_new_file(const std::wstring& path) {
+  return NewFile(std::fopen(portable::to_native(path).c_str(), "wbx"));  // x: never an existing file
+}
+
+bool write_all(void* file, const char* bytes, std::uint32_t count) {
+  return std::fwrite(bytes, 1, count, static_cast<std::FILE*>(file)) == count;
+}
+
+bool flush_file(void* file) {
+  std::FILE* stream = static_cast<std::FILE*>(file);
+  return std::fflush(stream) == 0 && ::fsync(fileno(stream)) == 0;
 }
 
 }  // namespace nv::platform

@@ -21,4 +21,19 @@ bool move_replacing(const std::wstring& from, const std::wstring& to) {
   return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
 }
 
+void NewFileClose::operator()(void* file) const { win32::UniqueFile closing(file); }
+
+NewFile create_new_file(const std::wstring& path) {
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  return NewFile(file ? file.release() : nullptr);
+}
+
+bool write_all(void* file, const char* bytes, std::uint32_t count) {
+  DWORD written = 0;
+  return WriteFile(file, bytes, count, &written, nullptr) != FALSE && written == count;
+}
+
+bool flush_file(void* file) { return FlushFileBuffers(file) != FALSE; }
+
 }  // namespace nv::platform
