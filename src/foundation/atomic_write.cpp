@@ -21,12 +21,12 @@ bool write_file_atomic(const std::wstring& target, const std::function<std::stri
   if (!platform::new_guid_text(guid)) return false;
   const std::wstring temporary = target + L"." + guid + L".tmp";
   switch (platform::write_new_file(temporary, content)) {
-    case platform::NewFile::cannot_create:
+    case platform::WrittenFile::cannot_create:
       return false;
-    case platform::NewFile::written:
+    case platform::WrittenFile::written:
       if (platform::move_file(temporary, target, replace)) return true;
       break;
-    case platform::NewFile::cannot_write:
+    case platform::WrittenFile::cannot_write:
       break;
   }
   platform::delete_file(temporary);

@@ -19,10 +19,11 @@ TITLE = "Tenebrix"
 MANAGED = ("QT_PLUGIN_PATH", "QT_STYLE_OVERRIDE", "NIGHTVEIL_", "WEBVIEW2_", "TENEBRIX_WEBVIEW_")  # names the launcher sets
 
 
-# The product's own sentences and exit codes, by their names in its catalogues.
+# The product's own sentences, failure words and exit codes, by their names in its catalogues.
 _CATALOGUES = ROOT / "src" / "foundation"
 SENTENCE = SimpleNamespace(**{name: codecs.decode("".join(re.findall(r'L"((?:[^"\\]|\\.)*)"', body)), "unicode_escape") for name, body
                               in re.findall(r'wchar_t\* (\w+) =\s*((?:L"(?:[^"\\]|\\.)*"\s*)+);', (_CATALOGUES / "sentences.h").read_text())})
+FAILURE = SimpleNamespace(**dict(re.findall(r'char\* (\w+) = "([^"]*)";', (_CATALOGUES / "failure.h").read_text())))
 EXIT = SimpleNamespace(**{name: int(code) for name, code in re.findall(r"int (\w+) = (\d+);", (_CATALOGUES / "exit_code.h").read_text())})
 WINE_ENV = dict(line.split("=", 1) for line in subprocess.run(["bash", "-c", f'. "{ROOT}/tests/wine/env.sh"; env'],
                 check=True, capture_output=True, text=True, timeout=30).stdout.splitlines() if line.startswith("WINE"))

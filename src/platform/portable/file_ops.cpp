@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdio>
 #include <fstream>
 #include <random>
 #include <system_error>
@@ -35,13 +36,13 @@ bool move_replacing(const std::wstring& from, const std::wstring& to) {
   return synced;
 }
 
-NewFile write_new_file(const std::wstring& path, const std::string& bytes) {
+WrittenFile write_new_file(const std::wstring& path, const std::string& bytes) {
   const int handle = ::open(portable::to_native(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
-  if (handle < 0) return NewFile::cannot_create;
+  if (handle < 0) return WrittenFile::cannot_create;
   const ssize_t written = ::write(handle, bytes.data(), bytes.size());
   const bool complete = written >= 0 && static_cast<std::size_t>(written) == bytes.size() && ::fsync(handle) == 0;
   const bool closed = ::close(handle) == 0;
-  return complete && closed ? NewFile::written : NewFile::cannot_write;
+  return complete && closed ? WrittenFile::written : WrittenFile::cannot_write;
 }
 
 bool move_file(const std::wstring& from, const std::wstring& to, bool replace) {
@@ -65,6 +66,20 @@ bool new_guid_text(std::wstring& text) {
   }
   text += L'}';
   return true;
+
+void NewFileClose::operator()(void* file) const { std::fclose(static_cast<std::FILE*>(file)); }
+
+NewFile create_new_file(const std::wstring& path) {
+  return NewFile(std::fopen(portable::to_native(path).c_str(), "wbx"));  // x: never an existing file
+}
+
+bool write_all(void* file, const char* bytes, std::uint32_t count) {
+  return std::fwrite(bytes, 1, count, static_cast<std::FILE*>(file)) == count;
+}
+
+bool flush_file(void* file) {
+  std::FILE* stream = static_cast<std::FILE*>(file);
+  return std::fflush(stream) == 0 && ::fsync(fileno(stream)) == 0;
 }
 
 }  // namespace nv::platform

@@ -22,16 +22,16 @@ bool move_replacing(const std::wstring& from, const std::wstring& to) {
   return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
 }
 
-NewFile write_new_file(const std::wstring& path, const std::string& bytes) {
+WrittenFile write_new_file(const std::wstring& path, const std::string& bytes) {
   win32::UniqueFile file(
       CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
-  if (!file) return NewFile::cannot_create;
+  if (!file) return WrittenFile::cannot_create;
   DWORD written = 0;
   const bool complete =
       WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != FALSE &&
       written == bytes.size();
   // A file that may not have reached the disk counts as not written.
-  return complete && FlushFileBuffers(file.get()) != FALSE ? NewFile::written : NewFile::cannot_write;
+  return complete && FlushFileBuffers(file.get()) != FALSE ? WrittenFile::written : WrittenFile::cannot_write;
 }
 
 bool move_file(const std::wstring& from, const std::wstring& to, bool replace) {
@@ -50,5 +50,20 @@ bool new_guid_text(std::wstring& text) {
   text.assign(buffer, static_cast<std::size_t>(length - 1));
   return true;
 }
+
+void NewFileClose::operator()(void* file) const { win32::UniqueFile closing(file); }
+
+NewFile create_new_file(const std::wstring& path) {
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  return NewFile(file ? file.release() : nullptr);
+}
+
+bool write_all(void* file, const char* bytes, std::uint32_t count) {
+  DWORD written = 0;
+  return WriteFile(file, bytes, count, &written, nullptr) != FALSE && written == count;
+}
+
+bool flush_file(void* file) { return FlushFileBuffers(file) != FALSE; }
 
 }  // namespace nv::platform
