@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Makes the test PKI in <dir>, which must lie in a build directory since it holds
 # the private keys: root.crt/.key, "Tenebrix Test Root <random>", and the
-# code-signing certificates of the host's and Qt's signers (paltalk, qt).
+# code-signing certificates of the host's and Qt's signers (paltalk, qt) and of the installer's two
+# signers (orvane, elin).
 set -euo pipefail
 dir=$1 days=3650
 mkdir -p "$dir"
@@ -18,4 +19,6 @@ leaf() {
 }
 leaf paltalk "Paltalk US LLC"
 leaf qt "The QT Company Oy"
+leaf orvane "Orvane Labs LLC"
+leaf elin "Elin Varro"
 touch complete
