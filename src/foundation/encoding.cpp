@@ -83,6 +83,13 @@ std::string sha256_file_hex(const std::wstring& path) {
   return hex_lower(digest.data(), digest.size());
 }
 
+std::string sha256_file_hex(const platform::OpenFile& file) {
+  platform::Sha256Digest digest{};
+  const platform::FileHash result = platform::sha256_file(file, digest);
+  if (result != platform::FileHash::done) fail(file_hash_failure(result));
+  return hex_lower(digest.data(), digest.size());
+}
+
 std::string hex_lower(const std::uint8_t* bytes, std::size_t count) {
   std::string out;
   out.reserve(count * 2);

@@ -88,6 +88,13 @@ bool signed_by_at(const std::wstring& path, std::uint32_t signature_index, const
   return verified_as(check, expected_subject);
 }
 
+bool signed_by_at(const platform::OpenFile& file, const std::wstring& path, std::uint32_t signature_index,
+                  const std::wstring& expected_subject, std::uint32_t* secondary_signatures) {
+  const platform::SignatureCheck check = platform::check_signature(file, path, signature_index);
+  if (check.verified && secondary_signatures) *secondary_signatures = check.secondary_signatures;
+  return verified_as(check, expected_subject);
+}
+
 std::wstring file_fingerprint(const std::wstring& path) {
   const std::string hex = sha256_file_hex(path);
   return std::wstring(hex.begin(), hex.end());

@@ -3,6 +3,10 @@
 #include <cstdint>
 #include <string>
 
+namespace nv::platform {
+struct OpenFile;
+}
+
 namespace nv {
 
 struct FileVersion {
@@ -22,6 +26,9 @@ bool check_qt_dll(const std::wstring& path, std::uint32_t& version_ms, std::uint
 bool signed_by(const std::wstring& path, const std::wstring& expected_subject);
 bool signed_by_at(const std::wstring& path, std::uint32_t signature_index, const std::wstring& expected_subject,
                   std::uint32_t* secondary_signatures = nullptr);
+// The same test of a file held open, read through its handle.
+bool signed_by_at(const platform::OpenFile& file, const std::wstring& path, std::uint32_t signature_index,
+                  const std::wstring& expected_subject, std::uint32_t* secondary_signatures = nullptr);
 std::wstring file_fingerprint(const std::wstring& path);  // raises the digest failures
 
 }  // namespace nv

@@ -1,11 +1,12 @@
 #pragma once
-// Switches for the embedded browser, and the one writer of a quoted argument.
+// Switches for the embedded browser.
 #include <string>
+
+#include "foundation/command_line.h"
 
 namespace nv {
 
 std::wstring merge_browser_arguments(const std::wstring& existing);
 void filter_feature_list(const std::wstring& list, std::wstring& destination);
-std::wstring quote_argument(const std::wstring& text);
 
 }  // namespace nv

@@ -39,6 +39,9 @@ enum class FileHash {
   cannot_finish,      // the final digest cannot be produced
 };
 FileHash sha256_file(const std::wstring& path, Sha256Digest& digest);
+// The same over a file held open (files.h), read from its start.
+struct OpenFile;
+FileHash sha256_file(const OpenFile& file, Sha256Digest& digest);
 
 // ES256: ECDSA on P-256 over a SHA-256 digest. The point is X then Y and the
 // signature r then s, each 32 big-endian bytes. The statuses are NTSTATUS

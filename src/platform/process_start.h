@@ -19,6 +19,11 @@ struct ProcessStart {
 ProcessStart create_process(const std::wstring& application, const std::wstring& command_line,
                             const std::vector<std::uint16_t>& environment, const std::wstring& directory);
 
+// CreateProcessW(application, command_line, no inheritance, no creation flags,
+// this process's environment and current directory, a zeroed STARTUPINFOW);
+// both handles are closed at once.
+ProcessStart start_program(const std::wstring& application, const std::wstring& command_line);
+
 // IShellDispatch2::ShellExecute of the running desktop shell, reached from
 // IShellWindows through the desktop's view. False at the first failed step.
 bool shell_execute_from_desktop(const std::wstring& file, const std::wstring& arguments,

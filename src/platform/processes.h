@@ -2,6 +2,7 @@
 // What runs on the machine: the process list, sessions, one process's image
 // path and loaded modules. Every call reports its own failure; none raises.
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -29,6 +30,27 @@ std::optional<std::vector<std::pair<std::uint32_t, std::uint32_t>>> session_reco
 // OpenProcess with PROCESS_QUERY_LIMITED_INFORMATION, then
 // QueryFullProcessImageNameW in Win32 form. nullopt when either step fails.
 std::optional<std::wstring> process_image_path(std::uint32_t process_id);
+
+// Through one OpenProcess as above: the image path and the creation time
+// (GetProcessTimes, FILETIME units), which tells a process from a later one
+// that got its id. nullopt when the process cannot be opened or either read fails.
+struct ProcessIdentity {
+  std::wstring image_path;
+  std::uint64_t creation_time = 0;
+};
+std::optional<ProcessIdentity> process_identity(std::uint32_t process_id);
+
+// Asks the processes that use `file` to close, through the Restart Manager:
+// RmStartSession; then `collect` names the processes (RM_UNIQUE_PROCESS);
+// RmRegisterResources with the file, those processes and no services; when
+// that worked, RmShutdown with no flags and no progress callback, a polite
+// request with no forced close; RmEndSession. False when no session could be
+// started, and `collect` is then not called.
+struct RestartProcess {
+  std::uint32_t id = 0;
+  std::uint64_t creation_time = 0;
+};
+bool ask_to_close(const std::wstring& file, const std::function<std::vector<RestartProcess>()>& collect);
 
 struct ModuleRecord {
   std::wstring base_name;  // szModule

@@ -1,5 +1,6 @@
 #pragma once
 // The process's own surroundings: its module, command line, environment and COM.
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +15,10 @@ void com_uninitialize();
 // The raw block of GetEnvironmentStringsW: entries each ending in NUL, then one
 // more NUL. Empty when the call gives nothing.
 std::wstring environment_block();
+
+// GetSystemTimeAsFileTime: 100 ns units since 1601, UTC.
+std::uint64_t system_time();
+std::uint32_t current_process_id();  // GetCurrentProcessId
 
 // The splitting rules of CommandLineToArgvW; nullopt when the call fails.
 std::optional<std::vector<std::wstring>> split_command_line(const std::wstring& text);

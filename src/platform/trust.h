@@ -17,5 +17,9 @@ struct SignatureCheck {
 // With an index: that signature through the signature settings; index 0 also
 // asks for the count of secondary signatures.
 SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint32_t> index);
+// One signature of a file held open (files.h), read through its handle
+// (WINTRUST_FILE_INFO.hFile); `path` only names it.
+struct OpenFile;
+SignatureCheck check_signature(const OpenFile& file, const std::wstring& path, std::uint32_t index);
 
 }  // namespace nv::platform

@@ -6,7 +6,7 @@
 #include "foundation/paths.h"
 #include "foundation/sentences.h"
 #include "platform/file_ops.h"
-#include "platform/known_folders.h"
+#include "platform/files.h"
 #include "update/handover.h"
 #include "update/schedule.h"
 
@@ -27,9 +27,10 @@ struct PartFile {
 };
 
 DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring& target) {
-  const std::wstring local = platform::known_folder_path(platform::KnownFolder::local_app_data);
-  if (local.empty()) return DownloadResult::failed;
-  const std::wstring folder = revision_folder(local, manifest.revision);
+  const std::wstring root = updates_root();
+  if (root.empty()) return DownloadResult::failed;
+  const std::wstring folder =
+      root + L"\\" + installer_cache_channel + L"\\" + std::to_wstring(manifest.revision);
   if (platform::create_directories(folder)) return DownloadResult::failed;
   target = folder + L"\\" + name_of(manifest.path);
   if (verify_installer(target, manifest)) return DownloadResult::ready;

@@ -12,6 +12,12 @@
 namespace nv {
 namespace {
 
+// The feed's handles close, in their order, when the request goes, whatever happened.
+std::string fetch_manifest() {
+  FeedRequest request{make_manifest_state()};
+  return fetch_manifest_text(request);
+}
+
 // The check, the fetch and the manifest: nothing of theirs reaches the user.
 bool newer_release(ReleaseManifest& manifest) {
   try {
@@ -25,14 +31,14 @@ bool newer_release(ReleaseManifest& manifest) {
 
 }  // namespace
 
-bool offer_update(const std::wstring& host_path, bool resume_dark, const std::wstring& install_root,
+bool offer_update(const std::wstring& host_path, bool resume_dark, const std::wstring& installation,
                   const std::wstring& browser_dark, const std::wstring& diagnostic_path) {
   ReleaseManifest manifest;
   if (!newer_release(manifest)) return false;
   const std::wstring question = sentence::update_question_lead + manifest.version + sentence::update_question;
   const unsigned flags = platform::mb_yesno | platform::mb_iconquestion | platform::mb_defbutton2;
   if (silent_mode || platform::message_box(question, product_title, flags) != platform::id_yes) return false;
-  return run_update_pipeline(manifest, host_path, resume_dark, install_root, browser_dark, diagnostic_path);
+  return run_update_pipeline(manifest, host_path, resume_dark, installation, browser_dark, diagnostic_path);
 }
 
 }  // namespace nv

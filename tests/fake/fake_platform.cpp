@@ -13,7 +13,10 @@ void reset() {
   message_boxes.clear();
   process_start_result = {true, 0};
   process_starts.clear();
+  during_start = nullptr;
   processes.clear();
+  close_requests.clear();
+  hosts_obey = false;
   session_list_fails = false;
   versions.clear();
   signatures.clear();
@@ -21,6 +24,7 @@ void reset() {
   timer_dialog_clicks.clear();
   dialog_actions.clear();
   timer_dialog_fails = false;
+  timer_tick = nullptr;
 }
 
 const Process* find(std::uint32_t id) {
@@ -62,6 +66,7 @@ int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
   // A click closes the dialog unless the callback keeps it open.
   const auto click = [&](int id) { return callback(window, DialogEvent::button_clicked, id) == 0; };
   for (int tick = 0; tick < 5000; ++tick) {
+    if (fake::timer_tick) fake::timer_tick();
     callback(window, DialogEvent::timer, 0);
     if (const auto id = std::exchange(pending_click, std::nullopt); id && click(*id)) return *id;
     if (!fake::timer_dialog_clicks.empty()) {
@@ -78,8 +83,10 @@ Elevation token_elevation() { return Elevation::not_elevated; }
 ProcessStart create_process(const std::wstring&, const std::wstring& command_line,
                             const std::vector<std::uint16_t>& environment, const std::wstring&) {
   fake::process_starts.push_back({command_line, environment});
+  if (fake::during_start) fake::during_start();
   return fake::process_start_result;
 }
+ProcessStart start_program(const std::wstring& file, const std::wstring& line) { return create_process(file, line, {}, L""); }
 bool shell_execute_from_desktop(const std::wstring&, const std::wstring&, const std::wstring&) { return false; }
 
 std::optional<std::vector<ProcessRecord>> list_processes() {
@@ -100,6 +107,16 @@ std::optional<std::wstring> process_image_path(std::uint32_t id) {
   const fake::Process* p = fake::find(id);
   return p ? p->image_path : std::nullopt;
 }
+std::optional<ProcessIdentity> process_identity(std::uint32_t id) {
+  const auto image = process_image_path(id);
+  return image ? std::optional<ProcessIdentity>({*image, fake::find(id)->creation_time}) : std::nullopt;
+}
+bool ask_to_close(const std::wstring&, const std::function<std::vector<RestartProcess>()>& collect) {
+  auto& request = fake::close_requests.emplace_back();
+  for (const RestartProcess& p : collect()) request.emplace_back(p.id, p.creation_time);
+  if (fake::hosts_obey) fake::processes.clear();
+  return true;
+}
 ModuleList list_modules(std::uint32_t id) {
   const fake::Process* p = fake::find(id);
   if (!p) return {};
@@ -111,6 +128,7 @@ SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint
   auto it = fake::signatures.find({folded_path(path), index.value_or(0)});
   return it == fake::signatures.end() ? SignatureCheck{} : it->second;
 }
+SignatureCheck check_signature(const OpenFile&, const std::wstring& path, std::uint32_t i) { return check_signature(path, i); }
 FixedFileInfo read_fixed_file_info(const std::wstring& path) {
   auto it = fake::versions.find(folded_path(path));
   return it == fake::versions.end() ? FixedFileInfo{} : it->second;

@@ -4,6 +4,7 @@
 // signers, any version resource, and a host start that is only recorded.
 // reset() returns everything to a fresh state; call it at the start of a test.
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -30,6 +31,7 @@ inline std::vector<std::wstring> timer_dialogs;
 inline std::deque<int> timer_dialog_clicks;
 inline std::vector<std::wstring> dialog_actions;
 inline bool timer_dialog_fails = false;
+inline std::function<void()> timer_tick;  // runs before each tick
 
 struct Start {
   std::wstring command_line;
@@ -37,15 +39,20 @@ struct Start {
 };
 inline platform::ProcessStart process_start_result{true, 0};  // started by default
 inline std::vector<Start> process_starts;
+inline std::function<void()> during_start;  // runs inside each start
 
 struct Process {
   platform::ProcessRecord record;
   std::optional<std::wstring> image_path;    // nullopt: cannot be opened
   std::optional<std::uint32_t> session = 1;  // nullopt: missing from the session list
   platform::ModuleList modules{platform::ModuleListing::listed, {}};
+  std::uint64_t creation_time = 0;
 };
 inline std::vector<Process> processes;  // empty: the snapshot fails
 inline bool session_list_fails = false;
+// What each request to close named; with `hosts_obey`, every process ends.
+inline std::vector<std::vector<std::pair<std::uint32_t, std::uint64_t>>> close_requests;
+inline bool hosts_obey = false;
 
 // By folded path; a file not listed has no version resource or signature.
 inline std::map<std::wstring, platform::FixedFileInfo> versions;

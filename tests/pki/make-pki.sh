@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Makes the test PKI in <dir>, which must lie in a build directory since it holds
 # the private keys: root.crt/.key, "Tenebrix Test Root <random>", and the
-# code-signing certificates of the host's and Qt's signers (paltalk, qt); and,
-# under a CA of its own (update-root), the TLS certificate of the update host
+# code-signing certificates of the host's, Qt's and the installer's signers (paltalk, qt,
+# orvane, elin); and, under a CA of its own (update-root), the TLS certificate of the update host
 # <host> (update-server), for the local HTTPS server of the tests.
 set -euo pipefail
 dir=$1 host=${2:-updates.tenebrix.test} days=3650
@@ -23,6 +23,8 @@ leaf() {  # <name> <common name> [<CA> <extensions>]
 }
 leaf paltalk "Paltalk US LLC"
 leaf qt "The QT Company Oy"
+leaf orvane "Orvane Labs LLC"
+leaf elin "Elin Varro"
 ca update-root "Tenebrix Test Update Root"
 printf '%s\n' "basicConstraints=critical,CA:FALSE" "keyUsage=critical,digitalSignature,keyEncipherment" \
   "extendedKeyUsage=serverAuth" "subjectAltName=DNS:$host" "authorityKeyIdentifier=keyid" >server.ext

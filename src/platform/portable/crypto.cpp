@@ -15,6 +15,7 @@
 #include <mutex>
 
 #include "platform/portable/native_path.h"
+#include "platform/portable/open_file.h"
 
 namespace nv::platform {
 namespace {
@@ -230,11 +231,11 @@ bool sha256(const std::uint8_t* data, std::uint32_t size, Sha256Digest& digest) 
   return EVP_Digest(data, size, digest.data(), &written, EVP_sha256(), nullptr) == 1 && written == digest.size();
 }
 
-FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
-  std::unique_ptr<std::FILE, CloseFileFn> file(std::fopen(portable::to_native(path).c_str(), "rb"));
-  if (!file) return FileHash::cannot_read;
+namespace {
+
+FileHash sha256_of_stream(std::FILE* file, Sha256Digest& digest) {
   // The stream's own buffer would only copy: every read goes straight into ours.
-  std::setvbuf(file.get(), nullptr, _IONBF, 0);
+  std::setvbuf(file, nullptr, _IONBF, 0);
 
   FileHashProvider& provider = file_hash_provider();
   if (!ensure_file_hash_provider(provider)) return FileHash::unavailable;
@@ -245,9 +246,9 @@ FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
     return FileHash::cannot_initialize;
   }
   for (;;) {
-    const std::size_t read = std::fread(buffer.get(), 1, file_hash_buffer, file.get());
+    const std::size_t read = std::fread(buffer.get(), 1, file_hash_buffer, file);
     if (read == 0) {
-      if (std::ferror(file.get())) return FileHash::cannot_read;
+      if (std::ferror(file)) return FileHash::cannot_read;
       break;
     }
     if (EVP_DigestUpdate(context.get(), buffer.get(), read) != 1) return FileHash::cannot_hash;
@@ -257,6 +258,19 @@ FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
     return FileHash::cannot_finish;
   }
   return FileHash::done;
+}
+
+}  // namespace
+
+FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
+  std::unique_ptr<std::FILE, CloseFileFn> file(std::fopen(portable::to_native(path).c_str(), "rb"));
+  if (!file) return FileHash::cannot_read;
+  return sha256_of_stream(file.get(), digest);
+}
+
+FileHash sha256_file(const OpenFile& file, Sha256Digest& digest) {
+  if (std::fseek(file.stream, 0, SEEK_SET) != 0) return FileHash::cannot_read;
+  return sha256_of_stream(file.stream, digest);
 }
 
 Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const EcSignature& signature) {

@@ -66,6 +66,7 @@ bool new_guid_text(std::wstring& text) {
   }
   text += L'}';
   return true;
+}
 
 void NewFileClose::operator()(void* file) const { std::fclose(static_cast<std::FILE*>(file)); }
 

@@ -1,12 +1,36 @@
 #include "platform/files.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <cerrno>
 #include <fstream>
+#include <algorithm>
 #include <iterator>
+#include <limits>
 
 #include "platform/portable/native_path.h"
+#include "platform/portable/open_file.h"
 
 namespace nv::platform {
+namespace {
+
+constexpr std::uint64_t filetime_of_1970 = 116444736000000000ull;
+
+OwnAttributes attributes_of(const struct stat& info) {
+  OwnAttributes result;
+  if (S_ISLNK(info.st_mode)) {
+    result.attributes = file_attribute_reparse_point;
+    result.reparse_tag = reparse_tag_symlink;
+  } else if (S_ISDIR(info.st_mode)) {
+    result.attributes = file_attribute_directory;
+  }
+  result.size = static_cast<std::uint64_t>(info.st_size);
+  return result;
+}
+
+}  // namespace
 
 Resolved resolve_path(const std::wstring& path) {
   Resolved result;
@@ -51,10 +75,83 @@ bool file_size(const std::wstring& path, std::uint64_t& size) {
 }
 
 bool read_file(const std::wstring& path, std::string& bytes) {
-  std::ifstream in(portable::to_native(path), std::ios::binary);
-  if (!in) return false;
-  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return !in.bad();
+  // A directory opens here but cannot be read: that is a failed read.
+  return read_file_head(path, std::numeric_limits<std::size_t>::max(), bytes);
+}
+
+bool read_file_head(const std::wstring& path, std::size_t limit, std::string& bytes) {
+  const int fd = ::open(portable::to_native(path).c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) return false;
+  bytes.clear();
+  char buffer[65536];
+  bool good = true;
+  while (bytes.size() < limit) {
+    const ssize_t read = ::read(fd, buffer, std::min(sizeof buffer, limit - bytes.size()));
+    if (read <= 0) {
+      good = read == 0;
+      break;
+    }
+    bytes.append(buffer, static_cast<std::size_t>(read));
+  }
+  ::close(fd);
+  return good;
+}
+
+std::optional<OwnAttributes> own_attributes(const std::wstring& path) {
+  struct stat info{};
+  if (::lstat(portable::to_native(path).c_str(), &info) != 0) return std::nullopt;
+  return attributes_of(info);
+}
+
+void OpenFileCloser::operator()(OpenFile* file) const {
+  std::fclose(file->stream);
+  delete file;
+}
+
+// A link is not opened at all; nothing enforces the sharing here.
+HeldFile hold_file(const std::wstring& path) {
+  const int fd = ::open(portable::to_native(path).c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC);
+  if (fd < 0) return nullptr;
+  std::FILE* stream = ::fdopen(fd, "rb");
+  if (!stream) {
+    ::close(fd);
+    return nullptr;
+  }
+  return HeldFile(new OpenFile{stream});
+}
+
+std::optional<OwnAttributes> own_attributes(const OpenFile& file) {
+  struct stat info{};
+  if (::fstat(::fileno(file.stream), &info) != 0) return std::nullopt;
+  return attributes_of(info);
+}
+
+std::vector<DirectoryEntry> list_directory(const std::wstring& path) {
+  std::vector<DirectoryEntry> entries;
+  std::error_code error;
+  std::filesystem::directory_iterator it(portable::to_native(path), error), end;
+  for (; !error && it != end; it.increment(error)) {
+    std::error_code unreadable;  // a dangling link is listed as something else
+    const auto type = it->status(unreadable).type();
+    const FileKind kind = type == std::filesystem::file_type::directory ? FileKind::directory
+                          : type == std::filesystem::file_type::regular ? FileKind::regular
+                                                                        : FileKind::other;
+    entries.push_back({portable::from_native(it->path()), kind});
+  }
+  return entries;
+}
+
+bool last_write_time(const std::wstring& path, std::uint64_t& time) {
+  struct stat info{};
+  if (::lstat(portable::to_native(path).c_str(), &info) != 0) return false;
+  const auto seconds = static_cast<std::int64_t>(info.st_mtim.tv_sec);
+  time = static_cast<std::uint64_t>(seconds * 10000000 + info.st_mtim.tv_nsec / 100) + filetime_of_1970;
+  return true;
+}
+
+void remove_tree(const std::wstring& path) {
+  std::error_code ignored;
+  std::filesystem::remove_all(portable::to_native(path), ignored);  // links are removed, not followed
 }
 
 }  // namespace nv::platform

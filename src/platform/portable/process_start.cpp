@@ -13,6 +13,8 @@ ProcessStart create_process(const std::wstring&, const std::wstring&, const std:
   return {false, error_not_supported};
 }
 
+ProcessStart start_program(const std::wstring&, const std::wstring&) { return {false, error_not_supported}; }
+
 bool shell_execute_from_desktop(const std::wstring&, const std::wstring&, const std::wstring&) { return false; }
 
 }  // namespace nv::platform

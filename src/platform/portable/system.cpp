@@ -1,5 +1,9 @@
 #include "platform/system.h"
 
+#include <unistd.h>
+
+#include <chrono>
+
 #include "platform/portable/native_path.h"
 
 extern char** environ;
@@ -9,6 +13,15 @@ namespace nv::platform {
 std::wstring module_path() { return {}; }
 std::vector<std::wstring> command_arguments() { return {}; }
 void com_initialize() {}
+
+std::uint64_t system_time() {
+  constexpr std::uint64_t filetime_of_1970 = 116444736000000000ull;
+  const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
+  return filetime_of_1970 +
+         static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(since_1970).count() / 100);
+}
+
+std::uint32_t current_process_id() { return static_cast<std::uint32_t>(::getpid()); }
 void com_uninitialize() {}
 
 std::wstring environment_block() {

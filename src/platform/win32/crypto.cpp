@@ -10,6 +10,7 @@
 #include <mutex>
 #include <vector>
 
+#include "platform/win32/open_file.h"
 #include "platform/win32/owners.h"
 
 namespace nv::platform {
@@ -97,11 +98,9 @@ bool sha256(const std::uint8_t* data, std::uint32_t size, Sha256Digest& digest) 
                               static_cast<ULONG>(digest.size())));
 }
 
-FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
-  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                                     nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
-  if (!file) return FileHash::cannot_read;
+namespace {
 
+FileHash sha256_of_handle(HANDLE file, Sha256Digest& digest) {
   FileHashProvider& provider = file_hash_provider();
   if (const FileHash ready = ensure_file_hash_provider(provider); ready != FileHash::done) return ready;
 
@@ -114,7 +113,7 @@ FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
   }
   for (;;) {
     DWORD read = 0;
-    if (!ReadFile(file.get(), buffer.get(), static_cast<DWORD>(file_hash_buffer), &read, nullptr)) {
+    if (!ReadFile(file, buffer.get(), static_cast<DWORD>(file_hash_buffer), &read, nullptr)) {
       return FileHash::cannot_read;
     }
     if (read == 0) break;
@@ -124,6 +123,21 @@ FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
     return FileHash::cannot_finish;
   }
   return FileHash::done;
+}
+
+}  // namespace
+
+FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  if (!file) return FileHash::cannot_read;
+  return sha256_of_handle(file.get(), digest);
+}
+
+FileHash sha256_file(const OpenFile& file, Sha256Digest& digest) {
+  LARGE_INTEGER start{};
+  if (!SetFilePointerEx(file.handle.get(), start, nullptr, FILE_BEGIN)) return FileHash::cannot_read;
+  return sha256_of_handle(file.handle.get(), digest);
 }
 
 Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const EcSignature& signature) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/paths.h"
+#include "platform/win32/open_file.h"
 #include "platform/win32/owners.h"
 
 namespace nv::platform {
@@ -35,6 +36,23 @@ bool final_path(HANDLE file, DWORD flags, std::wstring& out) {
     }
     buffer.assign(length + 1, L'\0');
   }
+}
+
+std::uint64_t filetime_value(const FILETIME& time) {
+  return (static_cast<std::uint64_t>(time.dwHighDateTime) << 32) | time.dwLowDateTime;
+}
+
+std::optional<OwnAttributes> attributes_of(HANDLE file) {
+  BY_HANDLE_FILE_INFORMATION information{};
+  FILE_ATTRIBUTE_TAG_INFO tag{};
+  if (!GetFileInformationByHandle(file, &information) ||
+      !GetFileInformationByHandleEx(file, FileAttributeTagInfo, &tag, sizeof tag))
+    return std::nullopt;
+  OwnAttributes result;
+  result.attributes = information.dwFileAttributes;
+  result.reparse_tag = (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) ? tag.ReparseTag : 0;
+  result.size = (static_cast<std::uint64_t>(information.nFileSizeHigh) << 32) | information.nFileSizeLow;
+  return result;
 }
 
 }  // namespace
@@ -122,6 +140,79 @@ bool read_file(const std::wstring& path, std::string& bytes) {
     if (read == 0) return true;
     bytes.append(buffer, read);
   }
+}
+
+bool read_file_head(const std::wstring& path, std::size_t limit, std::string& bytes) {
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!file) return false;
+  bytes.assign(limit, '\0');
+  std::size_t filled = 0;
+  while (filled < limit) {
+    DWORD read = 0;
+    if (!ReadFile(file.get(), bytes.data() + filled, static_cast<DWORD>(limit - filled), &read, nullptr)) return false;
+    if (read == 0) break;
+    filled += read;
+  }
+  bytes.resize(filled);
+  return true;
+}
+
+std::optional<OwnAttributes> own_attributes(const std::wstring& path) {
+  const win32::UniqueFile file(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
+                                           OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS,
+                                           nullptr));
+  if (!file) return std::nullopt;
+  return attributes_of(file.get());
+}
+
+void OpenFileCloser::operator()(OpenFile* file) const { delete file; }
+
+HeldFile hold_file(const std::wstring& path) {
+  win32::UniqueFile handle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                       FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  if (!handle) return nullptr;
+  return HeldFile(new OpenFile{std::move(handle)});
+}
+
+std::optional<OwnAttributes> own_attributes(const OpenFile& file) { return attributes_of(file.handle.get()); }
+
+std::vector<DirectoryEntry> list_directory(const std::wstring& path) {
+  std::vector<DirectoryEntry> entries;
+  WIN32_FIND_DATAW data{};
+  const win32::UniqueFind find(FindFirstFileExW(append_path(path, L"*").c_str(), FindExInfoBasic, &data,
+                                                FindExSearchNameMatch, nullptr, 0));
+  if (!find) return entries;
+  do {
+    const std::wstring name = data.cFileName;
+    if (name == L"." || name == L"..") continue;
+    const DWORD attributes = data.dwFileAttributes;
+    entries.push_back({append_path(path, name), (attributes & FILE_ATTRIBUTE_DIRECTORY) ? FileKind::directory
+                                                 : (attributes & FILE_ATTRIBUTE_DEVICE)  ? FileKind::other
+                                                                                         : FileKind::regular});
+  } while (FindNextFileW(find.get(), &data));
+  return entries;
+}
+
+bool last_write_time(const std::wstring& path, std::uint64_t& time) {
+  WIN32_FILE_ATTRIBUTE_DATA data{};
+  if (!GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) return false;
+  time = filetime_value(data.ftLastWriteTime);
+  return true;
+}
+
+void remove_tree(const std::wstring& path) {
+  const DWORD attributes = GetFileAttributesW(path.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return;
+  if (!(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+    DeleteFileW(path.c_str());
+    return;
+  }
+  // A junction or directory link goes by itself; what it points at stays.
+  if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT))
+    for (const DirectoryEntry& entry : list_directory(path)) remove_tree(entry.path);
+  RemoveDirectoryW(path.c_str());
 }
 
 }  // namespace nv::platform

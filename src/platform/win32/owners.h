@@ -80,6 +80,9 @@ struct FileTraits : KernelTraits {
   static bool empty(HANDLE h) { return h == nullptr || h == INVALID_HANDLE_VALUE; }
 };
 struct SnapshotTraits : FileTraits {};
+struct FindTraits : FileTraits {
+  static void close(HANDLE h) { FindClose(h); }
+};
 struct RegKeyTraits : NullEmpty<HKEY> {
   static void close(HKEY k) { RegCloseKey(k); }
 };
@@ -120,6 +123,7 @@ struct LocalTraits : NullEmpty<T*> {
 using UniqueHandle = Unique<KernelTraits>;
 using UniqueFile = Unique<FileTraits>;
 using UniqueSnapshot = Unique<SnapshotTraits>;
+using UniqueFind = Unique<FindTraits>;
 using UniqueRegKey = Unique<RegKeyTraits>;
 using UniqueInternet = Unique<InternetTraits>;
 using UniqueAlgorithm = Unique<AlgorithmTraits>;

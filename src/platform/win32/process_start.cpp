@@ -64,6 +64,19 @@ ProcessStart create_process(const std::wstring& application, const std::wstring&
   return result;
 }
 
+ProcessStart start_program(const std::wstring& application, const std::wstring& command_line) {
+  STARTUPINFOW startup{};
+  startup.cb = sizeof startup;
+  PROCESS_INFORMATION info{};
+  std::wstring writable = command_line;  // CreateProcessW may write into its command line
+  if (!CreateProcessW(application.c_str(), writable.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
+                      &info))
+    return {false, GetLastError()};
+  const win32::UniqueHandle process(info.hProcess);
+  const win32::UniqueHandle thread(info.hThread);
+  return {true, 0};
+}
+
 bool shell_execute_from_desktop(const std::wstring& file, const std::wstring& arguments,
                                 const std::wstring& directory) {
   ComPtr<IShellWindows> windows;

@@ -1,6 +1,7 @@
 #include "platform/processes.h"
 
 #include <windows.h>
+#include <restartmanager.h>
 #include <tlhelp32.h>
 #include <wtsapi32.h>
 
@@ -91,6 +92,37 @@ std::optional<std::wstring> process_image_path(std::uint32_t process_id) {
   DWORD size = static_cast<DWORD>(buffer.size());
   if (!QueryFullProcessImageNameW(process.get(), 0, buffer.data(), &size)) return std::nullopt;
   return std::wstring(buffer.data(), size);
+}
+
+std::optional<ProcessIdentity> process_identity(std::uint32_t process_id) {
+  win32::UniqueHandle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, process_id));
+  if (!process) return std::nullopt;
+  std::vector<wchar_t> buffer(32768, L'\0');
+  DWORD size = static_cast<DWORD>(buffer.size());
+  FILETIME created{}, exited{}, kernel{}, user{};
+  if (!QueryFullProcessImageNameW(process.get(), 0, buffer.data(), &size) ||
+      !GetProcessTimes(process.get(), &created, &exited, &kernel, &user))
+    return std::nullopt;
+  return ProcessIdentity{std::wstring(buffer.data(), size),
+                         (static_cast<std::uint64_t>(created.dwHighDateTime) << 32) | created.dwLowDateTime};
+}
+
+bool ask_to_close(const std::wstring& file, const std::function<std::vector<RestartProcess>()>& collect) {
+  DWORD session = 0;
+  WCHAR key[CCH_RM_SESSION_KEY + 1] = {};
+  if (RmStartSession(&session, 0, key) != ERROR_SUCCESS) return false;
+  // A session handle of 0 is valid, so the session is ended by a guard rather than an owner.
+  const win32::ScopeExit end_session([session] { RmEndSession(session); });
+  std::vector<RM_UNIQUE_PROCESS> processes;
+  for (const RestartProcess& process : collect()) {
+    FILETIME created{static_cast<DWORD>(process.creation_time), static_cast<DWORD>(process.creation_time >> 32)};
+    processes.push_back({process.id, created});
+  }
+  LPCWSTR files[] = {file.c_str()};
+  if (RmRegisterResources(session, 1, files, static_cast<UINT>(processes.size()),
+                          processes.empty() ? nullptr : processes.data(), 0, nullptr) == ERROR_SUCCESS)
+    RmShutdown(session, 0, nullptr);
+  return true;
 }
 
 ModuleList list_modules(std::uint32_t process_id) {

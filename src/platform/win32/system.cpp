@@ -29,6 +29,14 @@ std::vector<std::wstring> command_arguments() {
   return std::vector<std::wstring>(all->begin() + 1, all->end());
 }
 
+std::uint64_t system_time() {
+  FILETIME now{};
+  GetSystemTimeAsFileTime(&now);
+  return (static_cast<std::uint64_t>(now.dwHighDateTime) << 32) | now.dwLowDateTime;
+}
+
+std::uint32_t current_process_id() { return GetCurrentProcessId(); }
+
 void com_initialize() { (void)CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
 void com_uninitialize() { CoUninitialize(); }
 

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 
+#include "platform/win32/open_file.h"
 #include "platform/win32/owners.h"
 
 namespace nv::platform {
@@ -44,15 +45,13 @@ struct TrustData {
 static_assert(offsetof(TrustData, pSignatureSettings) == sizeof(WINTRUST_DATA));
 #endif
 
-}  // namespace
-
-SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint32_t> index) {
+SignatureCheck check(const std::wstring& path, HANDLE handle, std::optional<std::uint32_t> index) {
   SignatureCheck result;
 
   WINTRUST_FILE_INFO file{};
   file.cbStruct = sizeof file;
   file.pcwszFilePath = path.c_str();
-  file.hFile = nullptr;
+  file.hFile = handle;
 
   SignatureSettings settings{};
   settings.cbStruct = sizeof settings;
@@ -98,6 +97,16 @@ SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint
   result.signer_found = true;
   result.signer_name = name;
   return result;
+}
+
+}  // namespace
+
+SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint32_t> index) {
+  return check(path, nullptr, index);
+}
+
+SignatureCheck check_signature(const OpenFile& file, const std::wstring& path, std::uint32_t index) {
+  return check(path, file.handle.get(), index);
 }
 
 }  // namespace nv::platform
