@@ -1,13 +1,13 @@
 """The feed fetch and the installer download on the real WinHTTP under Wine against the local update host
 (update_server.py), timed from outside the program: from its "start" line to its answer."""
-import json, os, select, socket, subprocess, sys, time  # noqa: E401
+import os, select, socket, subprocess, time  # noqa: E401
 from pathlib import Path
 
 import pytest
 
-from harness import CASES, FAILURE, environment, kill, win
+from harness import CASES, FAILURE, environment, kill, update_host, win
 
-PKI, PROBE, HERE = Path(os.environ["NV_PKI"]), Path(os.environ["NV_FEED_PROBE"]), Path(__file__).parent
+PROBE, HERE = Path(os.environ["NV_FEED_PROBE"]), Path(__file__).parent
 FEED, SETUP, SIZE = "/downloads/updates/stable/latest.jws", "/downloads/Tenebrix-9.9.9-Setup.exe", 300000
 MOVED = {"location": "https://updates.tenebrix.test/moved"}
 
@@ -20,14 +20,7 @@ CASES.mkdir(parents=True, exist_ok=True)
 def run(routes: dict | None, *args: str) -> tuple[str, list[str], float]:
     """feed_probe's answer against a server of `routes` (None: nothing listens; a redirect target is always
     there), the paths the server was asked for, and the seconds from the probe's start line to its answer."""
-    log = CASES / "requests.log"
-    log.write_text("")
-    script = json.dumps({"routes": {"/moved": {"size": 9}} | (routes or {}), "refuse": routes is None})
-    server = subprocess.Popen([sys.executable, HERE / "update_server.py", script, "--log", log, "--cert",
-                               PKI / "update-server.crt", "--key", PKI / "update-server.key", "--lifetime", "60"],
-                              stdout=subprocess.PIPE, text=True)
-    try:  # another checkout's server may hold the port for a while
-        assert select.select([server.stdout], [], [], 600)[0] and server.stdout.readline() == "ready\n"
+    with update_host(None if routes is None else {"/moved": {"size": 9}} | routes, CASES / "requests.log") as asked:
         proc = subprocess.Popen(["wine", PROBE, *args], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                 stderr=subprocess.DEVNULL, env=environment(), text=True, start_new_session=True)
         try:
@@ -37,11 +30,7 @@ def run(routes: dict | None, *args: str) -> tuple[str, list[str], float]:
             proc.wait(30)
         finally:
             kill(proc)
-        asked = [line.split()[1] for line in log.read_text().splitlines()]
-        return lines[1][0].rsplit(" ", 1)[0], asked, lines[1][1] - lines[0][1]
-    finally:
-        server.kill()
-        server.wait(10)
+        return lines[1][0].rsplit(" ", 1)[0], asked(), lines[1][1] - lines[0][1]
 
 
 @pytest.mark.parametrize("routes, answer, seconds", [
