@@ -91,7 +91,7 @@ def test_a_dead_feed_costs_three_seconds_once_a_day(release, feed):
     with update_host({FEED: feed}, CASES / "update.log") as asked:
         delay = host_start() - host_start()
         assert asked() == [FEED]
-    assert 2.5 <= delay <= 3.6
+    assert 2.0 <= delay <= 4.5  # 3 s, give or take the noise of two Wine launches on a loaded machine
 
 
 @pytest.mark.parametrize("args, cleans", [
