@@ -1,0 +1,124 @@
+#!/usr/bin/env bash
+# Times the installer download under Wine against the local update host: a
+# 100 MiB release fetched by download_to_file (download_probe.exe, bytes on
+# disk) beside curl on the same URL; where our time goes (the same request read
+# by WinHttpReadData alone, the writes and the flush alone); the file's checks
+# (sha256_file_hex, and the whole verify_installer, whose first signature
+# check fails on the unsigned file) beside sha256sum; the probe's peak memory
+# growth during a 10 MiB, a 100 MiB and a 64 KiB download, from its /proc
+# entry. Medians of N runs (argument, 5). Ends with "ratio R", R = our download
+# time / curl's (goal 2.0 or less). Builds the Windows preset, and maps the
+# update host for the run and unmaps it after (root).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+./tools/ensure-packages.sh
+cmake --preset windows >/dev/null
+cmake --build --preset windows -j 2 >/dev/null
+build=$PWD/build/windows
+tests/pki/update-host.sh install "$build/pki/update-root.crt"
+trap 'tests/pki/update-host.sh remove "$build/pki/update-root.crt"; rm -rf "$build/bench-download"' EXIT
+NV_PKI=$build/pki NV_FEED_PROBE=$build/tests/feed_probe.exe NV_E2E_CASES=$build/bench-download \
+  /usr/bin/python3 - "${1:-5}" "$build" <<'PY'
+import os, statistics, subprocess, sys, time
+from pathlib import Path
+sys.path.insert(0, "tests/e2e")
+from harness import CASES, environment, kill, update_host, win
+import test_feed  # noqa: F401  prepares Wine and checks the host name
+
+MiB, build = 1 << 20, Path(sys.argv[2])
+PROBE, HOST = build / "tests" / "download_probe.exe", "updates.tenebrix.test"
+paths = {size: f"/downloads/bench-{size}.exe" for size in (64 << 10, 10 * MiB, 100 * MiB)}
+big, ours, small, theirs, written = (100 * MiB, *(CASES / f"{name}.part" for name in ("ours", "small", "curl", "write")))
+
+
+def status(pid: int, key: str) -> int:  # kB
+    return int(next(line.split()[1] for line in open(f"/proc/{pid}/status") if line.startswith(key + ":")))
+
+
+def probe(*args: str) -> tuple[list[str], int]:
+    """The probe's figures and, for a download, its peak growth in kB from just before it to its end."""
+    proc = subprocess.Popen(["wine", PROBE, *args], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                            stderr=subprocess.DEVNULL, env=environment(), text=True, start_new_session=True)
+    try:
+        assert proc.stdout.readline() == "start\n"
+        growth = 0
+        if args[0] == "download":  # the probe waits for a line here, and again after its answer
+            base = status(proc.pid, "VmRSS")
+            Path(f"/proc/{proc.pid}/clear_refs").write_text("5")  # VmHWM starts again from VmRSS
+            proc.stdin.write("\n"), proc.stdin.flush()
+        answer = proc.stdout.readline().split()
+        if args[0] == "download":
+            growth = status(proc.pid, "VmHWM") - base
+            proc.stdin.write("\n"), proc.stdin.flush()
+        proc.wait(60)
+    finally:
+        kill(proc)
+    assert answer[0] == "ok", f"{args}: {answer}"
+    return answer[1:], growth
+
+
+def download(size: int) -> tuple[float, int]:
+    target = ours if size == big else small
+    target.unlink(missing_ok=True)
+    (got, ms), growth = probe("download", paths[size], str(size), win(target))
+    assert int(got) == size == target.stat().st_size
+    return float(ms), growth
+
+
+def curl() -> tuple[float, float]:
+    """curl's time, and the time to fsync its file after it (download_to_file ends with FlushFileBuffers)."""
+    seconds = subprocess.run(["curl", "-sSf", "-o", theirs, "--cacert", build / "pki" / "update-root.crt", "--resolve",
+                              f"{HOST}:443:127.0.0.1", "-w", "%{time_total}", f"https://{HOST}{paths[big]}"],
+                             check=True, capture_output=True, text=True, timeout=300).stdout
+    assert theirs.stat().st_size == big
+    begin, fd = time.monotonic(), os.open(theirs, os.O_RDONLY)
+    os.fsync(fd), os.close(fd)
+    return float(seconds) * 1000, (time.monotonic() - begin) * 1000
+
+
+def write() -> list[str]:
+    written.unlink(missing_ok=True)
+    return probe("write", win(written), str(big))[0]
+
+
+def sha256sum() -> tuple[float, str]:
+    begin = time.monotonic()
+    digest = subprocess.run(["sha256sum", ours], check=True, capture_output=True, text=True).stdout.split()[0]
+    return (time.monotonic() - begin) * 1000, digest
+
+
+def line(name: str, runs: list, unit: str = "ms") -> float:
+    runs, digits = [float(r) for r in runs], int(unit != "ms")
+    median = statistics.median(runs)
+    print(f"  {name:32}" + " ".join(f"{r:7.{digits}f}" for r in runs) + f" {unit}, median {median:.{digits}f}")
+    return median
+
+
+rounds, runs = range(int(sys.argv[1])), {}
+with update_host({path: {"size": size} for size, path in paths.items()}, CASES / "requests.log"):
+    for _ in rounds:  # interleaved, so that a busy moment of the machine falls on all of them
+        for name, run in [("ours", lambda: download(big)), ("curl", curl), ("write", write),
+                          ("read", lambda: probe("read", paths[big], str(big))[0]),
+                          ("64 KiB", lambda: download(64 << 10)), ("10 MiB", lambda: download(10 * MiB))]:
+            runs.setdefault(name, []).append(run())
+    digests = [sha256sum() for _ in rounds]
+    checks = [probe("verify", win(ours), str(big), digests[0][1])[0] for _ in rounds]
+
+print(f"100 MiB release, {len(rounds)} runs")
+mine = line("download_to_file", [ms for ms, _ in runs["ours"]])
+theirs_ms = line("curl", [ms for ms, _ in runs["curl"]])
+line("  fsync of curl's file after it", [ms for _, ms in runs["curl"]])
+print("where download_to_file's time goes")
+line("WinHttpReadData only", [ms for _, ms in runs["read"]])
+line("WriteFile only", [w for w, _ in runs["write"]])
+line("FlushFileBuffers", [f for _, f in runs["write"]])
+print("checks of the downloaded file")
+line("sha256_file_hex", [c[0] for c in checks])
+line(f"verify_installer (gives {checks[0][2]})", [c[1] for c in checks])
+line("sha256sum", [ms for ms, _ in digests])
+print("peak memory growth during download_to_file")
+runs["100 MiB"] = runs["ours"]
+for name in ("10 MiB", "100 MiB", "64 KiB"):  # the last: what the first HTTPS request costs, whatever its size
+    line(name, [kb / 1024 for _, kb in runs[name]], "MiB")
+print(f"ratio {mine / theirs_ms:.2f}")
+PY
