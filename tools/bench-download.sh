@@ -26,7 +26,7 @@ from harness import CASES, environment, kill, update_host, win
 import test_feed  # noqa: F401  prepares Wine and checks the host name
 
 MiB, build = 1 << 20, Path(sys.argv[2])
-PROBE, HOST = build / "tests" / "download_probe.exe", "updates.tenebrix.test"
+PROBE, HOST = build / "bench" / "download_probe.exe", "updates.tenebrix.test"
 paths = {size: f"/downloads/bench-{size}.exe" for size in (64 << 10, 10 * MiB, 100 * MiB)}
 big, ours, small, theirs, written = (100 * MiB, *(CASES / f"{name}.part" for name in ("ours", "small", "curl", "write")))
 
