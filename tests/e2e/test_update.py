@@ -1,11 +1,12 @@
 """The update step of real launches under Wine against the local update host: the question, the download
 behind its progress dialog, the checks before the hand-over, the clean-up and the once-a-day schedule."""
-import os, shutil, time  # noqa: E401
+import os, shutil, threading, time  # noqa: E401
 from pathlib import Path
 
 import pytest
 
-from harness import CASES, EXIT, FIXTURES, SENTENCE, WINE_ENV, release_manifest, update_host, wait_for, win
+from harness import ARTIFACTS, CASES, EXIT, FIXTURES, SENTENCE, WINE_ENV, environment, installer_record, kill, probe
+from harness import release_manifest, start, update_host, wait_for, win
 from harness import install, make_install, session_keeper  # noqa: F401  (fixtures)
 
 FEED, DUAL, DAY = "/downloads/updates/stable/latest.jws", FIXTURES / "installer" / "installer-dual.exe", 86400
@@ -63,9 +64,7 @@ def test_yes_downloads_behind_the_progress_dialog_and_refuses_what_does_not_veri
 def test_yes_hands_over_to_the_verified_installer(release):
     with update_host(release.routes, CASES / "update.log"):
         code, messages, _ = release.launch(answers=("y", "wait"))
-    record = cache() / "stable" / "17" / "installer-record.txt"
-    assert wait_for(record.exists, 15), "the installer was not started"
-    parent, line = record.read_bytes()[2:].decode("utf-16-le").split("\0")[:2]
+    parent, line = installer_record(cache() / "stable" / "17")
     setup = win(cache() / "stable" / "17" / "Tenebrix-2.1.0-Setup.exe")
     assert (code, messages) == (EXIT.done, [QUESTION]) and not (release.paltalk / "host-record.txt").exists()
     assert line == f'"{setup}" /AUTOUPDATE /UPGRADE /PARENTPID={parent} /RESUME=dark /PALTALK="{win(release.host)}"'
@@ -102,3 +101,33 @@ def test_options_that_make_no_request(release, args, cleans):
         release.run("--paltalk", win(release.host), *args, timeout=90)
         assert asked() == []
     assert part.exists() != cleans
+
+
+HOST, DIAG = r"C:\Program Files (x86)\Paltalk\Paltalk.exe", r"C:\diag nostic\layout.txt"
+
+
+@pytest.mark.parametrize("resume, browser, diagnostic, tail", [
+    ("1", "-", "-", f'/RESUME=dark /PALTALK="{HOST}"'),
+    ("0", "off", DIAG, f'/RESUME=normal /PALTALK="{HOST}" /BROWSERDARK=off /DIAGNOSTIC="{DIAG}"'),
+], ids=["dark", "normal"])
+def test_the_installer_receives_the_hand_over(resume, browser, diagnostic, tail):
+    folder = CASES / "hand over" / resume  # a space: the installer's path is quoted
+    shutil.rmtree(folder, ignore_errors=True)
+    folder.mkdir(parents=True)
+    setup = win(shutil.copy2(DUAL, folder / "Tenebrix-2.1.0-Setup.exe"))
+    pid = probe("start", setup, HOST, resume, browser, diagnostic).removeprefix("started ")
+    assert installer_record(folder) == (pid, f'"{setup}" /AUTOUPDATE /UPGRADE /PARENTPID={pid} {tail}')
+
+
+def test_the_wait_dialog_closes_by_itself_when_the_host_exits(install):
+    (install.paltalk / "host-control.ini").write_text("[Host]\nStaySeconds=120\n")
+    host = start(install.host, cwd=install.root, env=environment(), log=install.root / "host.log")
+    shot = ARTIFACTS / "wait-dialog-1.png"  # once it is taken, the host is told to stop
+    shot.unlink(missing_ok=True)
+    threading.Thread(target=lambda: wait_for(shot.exists, 60) and (install.paltalk / "host-stop").touch(), daemon=True).start()
+    try:
+        install.record()  # the host runs
+        assert probe("wait", win(install.host), win(install.tenebrix), answers=("wait",), label="wait-dialog") == "true"
+    finally:
+        kill(host)
+    assert shot.exists()

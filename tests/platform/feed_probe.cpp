@@ -1,12 +1,17 @@
-// One feed fetch or installer download against the update host, for e2e/test_feed.py: prints "start", then
-// "ok <bytes>" or the failure word, and the milliseconds taken.
+// One step of the update on the real backend, for e2e/test_feed.py and test_update.py: prints "start", then
+// its answer ("ok <bytes>" or the failure word; "started <own pid>" or "not started"; "true" or "false") and
+// the milliseconds taken. "-" stands for an empty browser preference or diagnostic path.
 //   feed_probe feed | feed_probe download <path> <size> <file> <cancel after ms: 0 at once, -1 never>
+//   feed_probe start <installer> <host> <resume dark: 1|0> <browser dark> <diagnostic>
+//   feed_probe wait <host> <installation>
 #include <chrono>
 #include <cstdio>
 #include <thread>
 
 #include "update/download.h"
+#include "platform/system.h"
 #include "update/feed.h"
+#include "update/handover.h"
 
 static nv::DownloadProgress progress;  // the canceller may outlive main
 
@@ -15,8 +20,15 @@ int wmain(int argc, wchar_t** argv) {
   std::fflush(stdout);
   const auto begin = std::chrono::steady_clock::now();
   std::string answer = "usage";
+  const auto given = [&](int at) { return std::wstring(argv[at]) == L"-" ? std::wstring() : argv[at]; };
   try {
-    if (argc == 2) {
+    if (argc == 7 && argv[1] == std::wstring(L"start")) {
+      answer = nv::start_installer(argv[2], argv[3], argv[4] == std::wstring(L"1"), given(5), given(6))
+                   ? "started " + std::to_string(nv::platform::current_process_id())
+                   : "not started";
+    } else if (argc == 4 && argv[1] == std::wstring(L"wait")) {
+      answer = nv::wait_for_host_exit(argv[2], argv[3]) ? "true" : "false";
+    } else if (argc == 2) {
       nv::FeedRequest request{nv::make_manifest_state()};
       answer = "ok " + std::to_string(nv::fetch_manifest_text(request).size());
     } else if (argc == 6) {

@@ -1,0 +1,60 @@
+"""The update step, shown: nv-release issues revision 17 (2.1.0) of the dual-signed installer fixture with the
+test key, update_server.py serves it as the update host, and a dark launch under Wine answers Yes to the
+question. Then the hand-over that follows passed signatures, by the same code through feed_probe."""
+import re, shutil, subprocess  # noqa: E401
+
+from harness import BUILD, CASES, EXIT, ROOT, SENTENCE, Install, installer_record, probe, registry, update_host, win
+from harness import write_test_key
+from test_update import DUAL, FEED, QUESTION, cache
+
+RELEASE = ROOT / "build" / "native" / "nv-release"
+PUBLIC_KEY = re.search(r"^NV_UPDATE_PUBLIC_KEY:STRING=(.*)$", (BUILD / "CMakeCache.txt").read_text(), re.M)[1]
+
+
+def release_tool(*args) -> None:
+    print("> " + " ".join(str(a).replace(str(work) + "/", "") for a in args))
+    print(subprocess.run([RELEASE, *args], check=True, capture_output=True, text=True, timeout=60).stdout)
+
+
+work = CASES / "demo-update-release"
+shutil.rmtree(work, ignore_errors=True)
+work.mkdir(parents=True)
+registry("set", "HKCU", r"Software\Wine\AppDefaults\NightveilMode.exe\X11 Driver", "Managed", "N")  # as the tests
+setup, jws, path = work / "Tenebrix-2.1.0-Setup.exe", work / "latest.jws", "/downloads/releases/stable/17/Tenebrix-2.1.0-Setup.exe"
+shutil.copy2(DUAL, setup)
+write_test_key(work / "test-key.pem")
+print(f"Release files in {work}\n")
+release_tool("issue", work / "test-key.pem", "17", "2.1.0", setup, jws)
+release_tool("verify", PUBLIC_KEY, jws, setup)
+
+install = Install("demo-update")
+install.mark_tested()
+shutil.rmtree(cache(), ignore_errors=True)  # no check made today, no earlier download
+routes = {FEED: {"file": str(jws)}, path: {"file": str(setup), "piece": 16384, "pause": 0.3}}  # slow: the dialog shows
+print(f"Installation {install.tenebrix}\nUpdate host https://updates.tenebrix.test (127.0.0.1:443)\n\n"
+      f"> wine NightveilMode.exe --paltalk {win(install.host)}    (answering Yes)")
+with update_host(routes, work / "requests.log") as asked:
+    code, messages, shots = install.run("--paltalk", win(install.host), answers=("y", "wait", "Return"), timeout=90)
+    requests = asked()
+started = install.record().command_line  # the launch goes on with the installed version
+indent = lambda text: "  " + text.replace("\n", "\n  ")  # noqa: E731
+print(f"exit code {code}\n\nThe launcher asked:\n{indent(messages[0])}\n\nThe update host received:\n"
+      + "".join(f"  GET {r}\n" for r in requests)
+      + f"\nWhat happened:\n  the download ran behind the progress dialog, then the launcher said:\n{indent(messages[-1])}\n"
+      f"  the download is gone ({len(list((cache() / 'stable' / '17').iterdir()))} files in its folder), and Paltalk"
+      f" started as before:\n  {started}\n  screenshots (question, progress, message):\n"
+      + "".join(f"    {s}\n" for s in shots))
+print("Expected under Wine 8: WinVerifyTrust ignores the signature index, so the installer's second signer is never"
+      " found; on Windows both signatures pass.\n")
+
+print("What a Windows machine does next, after both signatures pass: the launcher starts the verified installer\n"
+      "with nv::start_installer. Shown here by feed_probe calling that same function on the installer fixture\n"
+      "(so the parent is the probe, where on Windows it is the launcher):")
+folder = cache() / "stable" / "17"
+shutil.copy2(DUAL, folder / setup.name)
+answer = probe("start", win(folder / setup.name), win(install.host), "1", "-", "-")
+parent, line = installer_record(folder)
+print(f"  feed_probe: {answer}\n  the installer's parent process id: {parent}\n  the installer's command line:\n  {line}")
+install.settle()
+raise SystemExit(0 if (code, messages, requests) == (EXIT.done, [QUESTION, SENTENCE.update_download_failed], [FEED, path])
+                 and answer == f"started {parent}" and "/AUTOUPDATE /UPGRADE" in line else 1)
