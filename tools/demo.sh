@@ -10,7 +10,7 @@ cmake --preset windows >/dev/null
 if [ "${1:-}" != update ]; then
   cmake --build --preset windows -j 2 --target NightveilMode nv_fixtures
   tests/wine/make-prefix.sh
-  exec /usr/bin/python3 tests/e2e/demo.py
+  PYTHONPATH=tests/e2e exec /usr/bin/python3 tools/demo/launch.py
 fi
 
 cmake --preset native >/dev/null
@@ -34,4 +34,4 @@ if [ -z "${DISPLAY:-}" ]; then
   xvfb_pid=$!
   for _ in $(seq 50); do xdpyinfo -display "$DISPLAY" >/dev/null 2>&1 && break; sleep 0.1; done
 fi
-/usr/bin/python3 tests/e2e/demo_update.py
+PYTHONPATH=tests/e2e /usr/bin/python3 tools/demo/update.py
