@@ -9,6 +9,7 @@
 #include "build_config.h"
 #include "foundation/encoding.h"
 #include "foundation/failure.h"
+#include "platform/crypto.h"
 #include "test_support.h"
 
 namespace nv {
@@ -103,6 +104,26 @@ TEST(ReleaseManifest, EachRuleInItsOrderWithItsWord) {
   // Another issuer's rules: a key of 64 bytes.
   EXPECT_EQ(test::failure_of([&] { parse_release_manifest(good, {std::string(84, 'A'), "stable", "stable-1"}); }),
             failure::update_public_key);
+}
+
+// The known answer: the RFC's own ES256 example verifies through the platform, and is no manifest of ours.
+TEST(ReleaseManifest, RfcExampleVerifiesThroughThePlatformButIsNoManifest) {
+  const std::string data =
+      "eyJhbGciOiJFUzI1NiJ9."
+      "eyJpc3MiOiJqb2UiLA0KICJleHAiOjEzMDA4MTkzODAsDQogImh0dHA6Ly9leGFtcGxlLmNvbS9pc19yb290Ijp0cnVlfQ";
+  const std::string signature =
+      "DtEhU3ljbEg8L38VWAfUAqOyKAM6-Xx-F4GawxaepmXFCgfTjDxw5djxLa8ISlSApmWQxfKTUJqPP3-Kg6NU1Q";
+  platform::EcPoint point;
+  platform::Sha256Digest digest;
+  platform::EcSignature rs;
+  const auto key = base64url_decode(rfc_key), hashed = sha256_bytes(data), bytes = base64url_decode(signature);
+  std::copy(key.begin(), key.end(), point.begin());
+  std::copy(hashed.begin(), hashed.end(), digest.begin());
+  std::copy(bytes.begin(), bytes.end(), rs.begin());
+  EXPECT_GE(platform::es256_verify(point, digest, rs).verify_status, 0);
+  rs[5] ^= 1;
+  EXPECT_LT(platform::es256_verify(point, digest, rs).verify_status, 0);
+  EXPECT_EQ(test::failure_of([&] { parse_release_manifest(data + "." + signature); }), failure::update_header);
 }
 
 }  // namespace
