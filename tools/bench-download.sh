@@ -15,8 +15,8 @@ cd "$(dirname "$0")/.."
 cmake --preset windows >/dev/null
 cmake --build --preset windows -j 2 >/dev/null
 build=$PWD/build/windows
-tests/pki/update-host.sh install "$build/pki/update-root.crt"
-trap 'tests/pki/update-host.sh remove "$build/pki/update-root.crt"; rm -rf "$build/bench-download"' EXIT
+. tools/update-session.sh
+finish_also='rm -rf "$build/bench-download"'
 NV_PKI=$build/pki NV_FEED_PROBE=$build/tests/feed_probe.exe NV_E2E_CASES=$build/bench-download \
   /usr/bin/python3 - "${1:-5}" "$build" <<'PY'
 import os, statistics, subprocess, sys, time

@@ -11,8 +11,7 @@ cd "$(dirname "$0")/.."
 cmake --preset windows >/dev/null
 cmake --build --preset windows -j 2 >/dev/null
 build=$PWD/build/windows
-tests/pki/update-host.sh install "$build/pki/update-root.crt"
-trap 'tests/pki/update-host.sh remove "$build/pki/update-root.crt"' EXIT
+. tools/update-session.sh
 NV_PKI=$build/pki NV_FEED_PROBE=$build/tests/feed_probe.exe NV_E2E_CASES=$build/bench-feed \
   /usr/bin/python3 - "${1:-3}" <<'PY'
 import sys
