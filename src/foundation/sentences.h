@@ -66,4 +66,22 @@ inline constexpr const wchar_t* update_download_failed =
 inline constexpr const wchar_t* update_start_failed =
     L"Tenebrix could not start the verified installer. Your installed version has not been changed.";
 
+// Support and recovery
+inline constexpr const wchar_t* support_title = L"Tenebrix Support & Recovery";
+inline constexpr const wchar_t* support_instruction = L"Support & Recovery";
+inline constexpr const wchar_t* exit_before_plain_start = L"Fully exit Paltalk before starting without Tenebrix.";
+inline constexpr const wchar_t* report_promise =
+    L"Support reports contain technical versions and status only. They exclude conversations, identities, "
+    L"screenshots and crash dumps. Nothing is uploaded.";
+inline constexpr const wchar_t* preference_next_launch = L"Browser preference changes apply on the next launch.";
+inline constexpr const wchar_t* darken_pages = L"Darken embedded pages (experimental)";
+inline constexpr const wchar_t* start_plain = L"Start Paltalk without Tenebrix";
+inline constexpr const wchar_t* save_report = L"Save support report";
+inline constexpr const wchar_t* apply_preference = L"Apply browser preference";
+inline constexpr const wchar_t* report_not_saved = L"The report could not be saved. Choose a writable location.";
+inline constexpr const wchar_t* plain_start_failed = L"Windows could not start Paltalk normally.";
+inline constexpr const wchar_t* save_report_title = L"Save Tenebrix support report";
+inline constexpr const wchar_t* report_file_type = L"JSON support report";
+inline constexpr const wchar_t* report_file_name = L"Tenebrix-support.json";
+
 }  // namespace nv::sentence

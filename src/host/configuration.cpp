@@ -3,6 +3,7 @@
 #include <array>
 
 #include "foundation/failure.h"
+#include "foundation/process_values.h"
 #include "host/ini.h"
 #include "platform/file_ops.h"
 #include "platform/ini.h"
@@ -56,6 +57,11 @@ void save_configuration(const std::wstring& path, const HostAnalysis& analysis, 
       fail(failure::cannot_save_settings);
   }
   if (!platform::move_replacing(temporary, path)) fail(failure::replace_configuration);
+}
+
+bool browser_dark_enabled() {
+  if (!browser_dark_override.empty()) return browser_dark_override == L"on";
+  return read_ini_value(settings_path(), L"Appearance", L"BrowserDark") != L"0";
 }
 
 void write_browser_dark(const std::wstring& path, bool on) {

@@ -12,6 +12,7 @@
 #include "host/ini.h"
 #include "host/verdict.h"
 #include "foundation/exit_code.h"
+#include "launcher/host_start.h"
 #include "launcher/launch_flow.h"
 #include "foundation/process_values.h"
 #include "launcher/shortcuts.h"
@@ -116,7 +117,7 @@ std::int32_t run_launcher(const Arguments& arguments) {
     write_browser_dark(settings_path(), value == L"on");
     return exit_code::done;
   }
-  if (option_present(arguments, L"--support")) return run_support_dialog(host_path);
+  if (option_present(arguments, L"--support")) return run_support_dialog(host_path, start_host);
   if (option_present(arguments, L"--probe")) return probe(arguments, host_path);
 
   if (!given_host.empty() && !path_exists(given_host)) {

@@ -1,6 +1,6 @@
 #include "launcher/environment.h"
 
-#include "host/ini.h"
+#include "host/configuration.h"
 #include "launcher/browser_arguments.h"
 #include "foundation/process_values.h"
 #include "platform/system.h"
@@ -61,11 +61,6 @@ std::vector<std::uint16_t> write_environment_block(const LaunchEnvironment& envi
   }
   block.push_back(0);
   return block;
-}
-
-bool browser_dark_enabled() {
-  if (!browser_dark_override.empty()) return browser_dark_override == L"on";
-  return read_ini_value(settings_path(), L"Appearance", L"BrowserDark") != L"0";
 }
 
 void restore_saved_variable(LaunchEnvironment& environment, const std::wstring& name, const std::wstring& prefix) {

@@ -40,7 +40,6 @@ std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis
 LaunchEnvironment parse_environment_block(const std::wstring& block);
 std::vector<std::uint16_t> write_environment_block(const LaunchEnvironment& environment);
 
-bool browser_dark_enabled();
 void restore_saved_variable(LaunchEnvironment& environment, const std::wstring& name, const std::wstring& prefix);
 void save_and_set_variable(LaunchEnvironment& environment, const std::wstring& name, const std::wstring& prefix,
                            const std::wstring& value);

@@ -5,7 +5,9 @@
 #include "foundation/failure.h"
 #include "foundation/paths.h"
 #include "launcher/browser_arguments.h"
+#include "host/configuration.h"
 #include "launcher/environment.h"
+#include "support/inspection.h"
 #include "foundation/process_values.h"
 #include "platform/ini.h"
 #include "platform/process_start.h"
@@ -15,20 +17,6 @@ namespace nv {
 std::wstring launch_mode_word(bool dark) {
   if (!dark) return L"normal";
   return browser_dark_enabled() ? L"full-dark" : L"qt-only";
-}
-
-bool process_is_elevated() {
-  switch (platform::token_elevation()) {
-    case platform::Elevation::token_unavailable:
-      fail(failure::launch_token);
-    case platform::Elevation::elevation_unavailable:
-      fail(failure::launch_elevation);
-    case platform::Elevation::elevated:
-      return true;
-    case platform::Elevation::not_elevated:
-      break;
-  }
-  return false;
 }
 
 std::wstring hand_off_arguments(const HostAnalysis& analysis, bool dark) {

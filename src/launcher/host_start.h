@@ -8,7 +8,6 @@
 namespace nv {
 
 bool start_host(const HostAnalysis& analysis, bool dark);
-bool process_is_elevated();
 bool start_through_shell(const HostAnalysis& analysis, bool dark);
 void write_last_status(const std::wstring& operation, std::uint32_t error, bool dark);
 

@@ -42,6 +42,27 @@ inline constexpr int dialog_failed = 0;
 // the close box), or dialog_failed.
 int command_link_dialog(const CommandLinkDialog& dialog);
 
+// A task dialog of command links under a content text, with a check box
+// (the verification text) below them; no owner window, no icon.
+inline constexpr unsigned tdf_allow_dialog_cancellation = 0x8;
+inline constexpr unsigned tdf_use_command_links = 0x10;
+inline constexpr unsigned tdf_verification_flag_checked = 0x100;
+inline constexpr unsigned tdcbf_close_button = 0x20;
+struct CheckBoxDialog {
+  std::wstring window_title;
+  std::wstring main_instruction;
+  std::wstring content;
+  std::wstring verification_text;
+  std::vector<TaskDialogButton> buttons;  // in the order shown
+  unsigned flags = 0;                     // TDF_*
+  unsigned common_buttons = 0;            // TDCBF_*
+};
+struct CheckBoxAnswer {
+  int button = dialog_failed;  // the id that closed the dialog, or dialog_failed
+  bool checked = false;        // the check box as the user left it
+};
+CheckBoxAnswer check_box_dialog(const CheckBoxDialog& dialog);
+
 // A task dialog that the program steers from a callback on its timer tick
 // (about every 200 ms) and on button clicks: no owner window, no icon.
 inline constexpr unsigned tdf_callback_timer = 0x800;
@@ -82,5 +103,19 @@ struct FileOpenDialog {
 // The chosen file's file-system path; empty when the dialog cannot be created,
 // is cancelled or fails, or the result cannot be read.
 std::wstring open_file_dialog(const FileOpenDialog& dialog);
+
+// The shell's file-save dialog (IFileSaveDialog), with no owner window. Set up
+// in this order: title, the one file type, default extension, file name, options.
+inline constexpr unsigned fos_overwriteprompt = 0x2;
+struct FileSaveDialog {
+  std::wstring title;
+  std::wstring type_name;
+  std::wstring type_pattern;
+  std::wstring default_extension;
+  std::wstring file_name;
+  unsigned options = 0;  // FOS_* flags, replacing the defaults
+};
+// The chosen file-system path; empty as for open_file_dialog.
+std::wstring save_file_dialog(const FileSaveDialog& dialog);
 
 }  // namespace nv::platform

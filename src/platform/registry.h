@@ -38,6 +38,9 @@ struct RegistryValue {
 RegistryValue registry_value(RegistryRoot root, const std::wstring& subkey, const std::wstring& name,
                              unsigned access);
 
+// RegGetValueW with RRF_RT_REG_DWORD; nullopt when the value cannot be read as one.
+std::optional<std::uint32_t> registry_dword(RegistryRoot root, const std::wstring& subkey, const std::wstring& name);
+
 // ExpandEnvironmentStringsW into a buffer of 32,768 characters; empty when the
 // call fails or the result does not fit.
 std::wstring expand_environment_strings(const std::wstring& text);

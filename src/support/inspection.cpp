@@ -2,9 +2,11 @@
 
 #include <set>
 
+#include "foundation/failure.h"
 #include "foundation/paths.h"
 #include "host/identification.h"
 #include "foundation/process_values.h"
+#include "platform/process_start.h"
 #include "platform/processes.h"
 
 namespace nv {
@@ -130,6 +132,20 @@ RuntimeSnapshot inspect_runtime(const std::wstring& host_path) {
     if (image) snapshot.webView2 = version_text(read_file_version(*image));
   }
   return snapshot;
+}
+
+bool process_is_elevated() {
+  switch (platform::token_elevation()) {
+    case platform::Elevation::token_unavailable:
+      fail(failure::launch_token);
+    case platform::Elevation::elevation_unavailable:
+      fail(failure::launch_elevation);
+    case platform::Elevation::elevated:
+      return true;
+    case platform::Elevation::not_elevated:
+      break;
+  }
+  return false;
 }
 
 }  // namespace nv

@@ -25,5 +25,8 @@ bool passes_session_test(const SessionFilter& filter, std::uint32_t process_id);
 bool host_is_running(const std::wstring& host_path);
 bool install_is_busy(const std::wstring& install_directory);
 RuntimeSnapshot inspect_runtime(const std::wstring& host_path);
+// Whether this process runs elevated; raises "Cannot inspect launch token" or
+// "Cannot inspect launch elevation" when its token cannot tell.
+bool process_is_elevated();
 
 }  // namespace nv

@@ -45,6 +45,8 @@ int message_box(const std::wstring& text, const std::wstring&, unsigned) {
 }
 int command_link_dialog(const CommandLinkDialog&) { return dialog_failed; }
 std::wstring open_file_dialog(const FileOpenDialog&) { return {}; }
+std::wstring save_file_dialog(const FileSaveDialog&) { return {}; }
+CheckBoxAnswer check_box_dialog(const CheckBoxDialog&) { return {}; }
 
 namespace {
 std::optional<int> pending_click;  // a button pressed by the callback itself

@@ -12,6 +12,7 @@ std::optional<std::vector<std::wstring>> registry_subkeys(RegistryRoot, const st
 }
 
 RegistryValue registry_value(RegistryRoot, const std::wstring&, const std::wstring&, unsigned) { return {}; }
+std::optional<std::uint32_t> registry_dword(RegistryRoot, const std::wstring&, const std::wstring&) { return std::nullopt; }
 
 std::wstring expand_environment_strings(const std::wstring& text) {
   std::wstring result;

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <ctime>
 
 #include "platform/portable/native_path.h"
 
@@ -22,6 +23,25 @@ std::uint64_t system_time() {
 }
 
 std::uint32_t current_process_id() { return static_cast<std::uint32_t>(::getpid()); }
+
+UtcTime utc_time() {
+  const std::time_t now = std::time(nullptr);
+  std::tm parts{};
+  gmtime_r(&now, &parts);
+  return {static_cast<unsigned>(parts.tm_year + 1900), static_cast<unsigned>(parts.tm_mon + 1),
+          static_cast<unsigned>(parts.tm_mday), static_cast<unsigned>(parts.tm_hour),
+          static_cast<unsigned>(parts.tm_min), static_cast<unsigned>(parts.tm_sec)};
+}
+
+std::uint16_t native_machine() {
+#if defined(__x86_64__)
+  return 0x8664;
+#elif defined(__aarch64__)
+  return 0xAA64;
+#else
+  return 0;
+#endif
+}
 void com_uninitialize() {}
 
 std::wstring environment_block() {

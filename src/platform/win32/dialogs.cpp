@@ -29,26 +29,44 @@ TaskDialogIndirectFn task_dialog_indirect() {
 
 }  // namespace
 
-int command_link_dialog(const CommandLinkDialog& dialog) {
-  const TaskDialogIndirectFn show = task_dialog_indirect();
-  if (!show) return dialog_failed;
-  std::vector<TASKDIALOG_BUTTON> buttons;
-  buttons.reserve(dialog.buttons.size());
-  for (const auto& button : dialog.buttons) buttons.push_back({button.id, button.text.c_str()});
-
+// The parts every task dialog of the launcher shares; texts stay owned by the caller.
+struct Config {
   TASKDIALOGCONFIG config{};
-  config.cbSize = sizeof(config);
-  config.hwndParent = nullptr;
-  config.dwFlags = TDF_USE_COMMAND_LINKS;
-  config.dwCommonButtons = TDCBF_CANCEL_BUTTON;
-  config.pszWindowTitle = dialog.window_title.c_str();
-  config.pszMainInstruction = dialog.main_instruction.c_str();
-  config.cButtons = static_cast<UINT>(buttons.size());
-  config.pButtons = buttons.empty() ? nullptr : buttons.data();
+  std::vector<TASKDIALOG_BUTTON> buttons;
+  Config(const std::wstring& title, const std::wstring& instruction, const std::vector<TaskDialogButton>& choices,
+         unsigned flags, unsigned common_buttons) {
+    for (const auto& button : choices) buttons.push_back({button.id, button.text.c_str()});
+    config.cbSize = sizeof(config);
+    config.dwFlags = flags;
+    config.dwCommonButtons = common_buttons;
+    config.pszWindowTitle = title.c_str();
+    config.pszMainInstruction = instruction.c_str();
+    config.cButtons = static_cast<UINT>(buttons.size());
+    config.pButtons = buttons.empty() ? nullptr : buttons.data();
+  }
+};
 
+// The pressed button, or dialog_failed; `checked` receives the check box's state.
+int show(const TASKDIALOGCONFIG& config, BOOL* checked = nullptr) {
+  const TaskDialogIndirectFn indirect = task_dialog_indirect();
   int pressed = 0;
-  if (FAILED(show(&config, &pressed, nullptr, nullptr))) return dialog_failed;
+  if (!indirect || FAILED(indirect(&config, &pressed, nullptr, checked))) return dialog_failed;
   return pressed;
+}
+
+int command_link_dialog(const CommandLinkDialog& dialog) {
+  const Config shown(dialog.window_title, dialog.main_instruction, dialog.buttons, TDF_USE_COMMAND_LINKS,
+                     TDCBF_CANCEL_BUTTON);
+  return show(shown.config);
+}
+
+CheckBoxAnswer check_box_dialog(const CheckBoxDialog& dialog) {
+  Config shown(dialog.window_title, dialog.main_instruction, dialog.buttons, dialog.flags, dialog.common_buttons);
+  shown.config.pszContent = dialog.content.c_str();
+  shown.config.pszVerificationText = dialog.verification_text.c_str();
+  BOOL checked = FALSE;
+  const int pressed = show(shown.config, &checked);
+  return {pressed, checked != FALSE};
 }
 
 void DialogWindow::click_button(int id) const {
@@ -75,21 +93,26 @@ HRESULT CALLBACK timer_dialog_callback(HWND window, UINT notification, WPARAM wp
 }  // namespace
 
 int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
-  const TaskDialogIndirectFn show = task_dialog_indirect();
-  if (!show) return dialog_failed;
-  TASKDIALOGCONFIG config{};
-  config.cbSize = sizeof(config);
-  config.dwFlags = dialog.flags;
-  config.dwCommonButtons = dialog.common_buttons;
-  config.pszWindowTitle = dialog.window_title.c_str();
-  config.pszMainInstruction = dialog.main_instruction.c_str();
-  config.pszContent = dialog.content.c_str();
-  config.pfCallback = timer_dialog_callback;
-  config.lpCallbackData = reinterpret_cast<LONG_PTR>(&callback);
-  int pressed = 0;
-  if (FAILED(show(&config, &pressed, nullptr, nullptr))) return dialog_failed;
-  return pressed;
+  Config shown(dialog.window_title, dialog.main_instruction, {}, dialog.flags, dialog.common_buttons);
+  shown.config.pszContent = dialog.content.c_str();
+  shown.config.pfCallback = timer_dialog_callback;
+  shown.config.lpCallbackData = reinterpret_cast<LONG_PTR>(&callback);
+  return show(shown.config);
 }
+
+namespace {
+
+// Shows a set-up file dialog and reads the chosen item's file-system path.
+std::wstring chosen_path(IFileDialog& picker) {
+  if (FAILED(picker.Show(nullptr))) return {};
+  win32::ComPtr<IShellItem> item;
+  if (FAILED(picker.GetResult(item.put()))) return {};
+  win32::UniqueTaskMemory<wchar_t> name;
+  if (FAILED(item->GetDisplayName(SIGDN_FILESYSPATH, name.put()))) return {};
+  return name ? std::wstring(name.get()) : std::wstring();
+}
+
+}  // namespace
 
 std::wstring open_file_dialog(const FileOpenDialog& dialog) {
   win32::ComPtr<IFileOpenDialog> picker;
@@ -100,12 +123,21 @@ std::wstring open_file_dialog(const FileOpenDialog& dialog) {
   picker->SetFileTypes(1, &type);
   picker->SetTitle(dialog.title.c_str());
   picker->SetOptions(dialog.options);
-  if (FAILED(picker->Show(nullptr))) return {};
-  win32::ComPtr<IShellItem> item;
-  if (FAILED(picker->GetResult(item.put()))) return {};
-  win32::UniqueTaskMemory<wchar_t> name;
-  if (FAILED(item->GetDisplayName(SIGDN_FILESYSPATH, name.put()))) return {};
-  return name ? std::wstring(name.get()) : std::wstring();
+  return chosen_path(*picker.get());
+}
+
+std::wstring save_file_dialog(const FileSaveDialog& dialog) {
+  win32::ComPtr<IFileSaveDialog> picker;
+  if (FAILED(CoCreateInstance(CLSID_FileSaveDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IFileSaveDialog,
+                              picker.put_void())))
+    return {};
+  const COMDLG_FILTERSPEC type{dialog.type_name.c_str(), dialog.type_pattern.c_str()};
+  picker->SetTitle(dialog.title.c_str());
+  picker->SetFileTypes(1, &type);
+  picker->SetDefaultExtension(dialog.default_extension.c_str());
+  picker->SetFileName(dialog.file_name.c_str());
+  picker->SetOptions(dialog.options);
+  return chosen_path(*picker.get());
 }
 
 }  // namespace nv::platform

@@ -55,6 +55,15 @@ RegistryValue registry_value(RegistryRoot root, const std::wstring& subkey, cons
   return value;
 }
 
+std::optional<std::uint32_t> registry_dword(RegistryRoot root, const std::wstring& subkey, const std::wstring& name) {
+  DWORD value = 0;
+  DWORD size = sizeof value;
+  if (RegGetValueW(root_key(root), subkey.c_str(), name.c_str(), RRF_RT_REG_DWORD, nullptr, &value, &size) !=
+      ERROR_SUCCESS)
+    return std::nullopt;
+  return value;
+}
+
 std::wstring expand_environment_strings(const std::wstring& text) {
   std::vector<wchar_t> buffer(32768, L'\0');
   const DWORD needed = ExpandEnvironmentStringsW(text.c_str(), buffer.data(), static_cast<DWORD>(buffer.size()));

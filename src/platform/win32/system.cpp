@@ -37,6 +37,22 @@ std::uint64_t system_time() {
 
 std::uint32_t current_process_id() { return GetCurrentProcessId(); }
 
+UtcTime utc_time() {
+  SYSTEMTIME now{};
+  GetSystemTime(&now);
+  return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond};
+}
+
+std::uint16_t native_machine() {
+  // Looked up by name: older systems lack it, and a missing export must not stop the launcher loading.
+  using IsWow64Process2Fn = BOOL(WINAPI*)(HANDLE, USHORT*, USHORT*);
+  const auto query = reinterpret_cast<IsWow64Process2Fn>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "IsWow64Process2")));
+  USHORT process = 0, native = 0;
+  if (!query || !query(GetCurrentProcess(), &process, &native)) return 0;
+  return native;
+}
+
 void com_initialize() { (void)CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED); }
 void com_uninitialize() { CoUninitialize(); }
 

@@ -84,6 +84,7 @@ SignatureCheck check(const std::wstring& path, HANDLE handle, std::optional<std:
     data.dwStateAction = WTD_STATEACTION_CLOSE;
     WinVerifyTrust(nullptr, &close_action, &data);
   });
+  result.status = static_cast<std::uint32_t>(status);
   if (status != 0) return result;
   result.verified = true;
   if (index) result.secondary_signatures = settings.cSecondarySigs;
