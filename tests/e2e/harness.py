@@ -54,7 +54,7 @@ def xdo(*args: str) -> list[str]:
 
 def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
     """Waits for `proc`, answering each dialog by the next answer: a key ("wait": none, it closes by itself),
-    or (key, title, text typed first)."""
+    or (key, title, text typed first, or a function of the window run first)."""
     pending, shots = [(a, TITLE, "") if isinstance(a, str) else a for a in answers], []
     while proc.poll() is None:
         key, title, text = pending[0] if pending else ("", TITLE, "")
@@ -70,7 +70,7 @@ def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
                 assert wait_for(lambda: windows[0] not in xdo("search", "--onlyvisible", "--name", title), 60), shots[-1]
                 continue
             xdo("windowfocus", "--sync", windows[0])
-            xdo("type", "--delay", "5", text)
+            text(windows[0]) if callable(text) else xdo("type", "--delay", "5", text)
             for _ in range(4):  # a key that arrives while the dialog takes the focus is lost: send it again
                 xdo("windowfocus", "--sync", windows[0])
                 xdo("key", "--clearmodifiers", key)

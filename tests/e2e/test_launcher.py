@@ -143,16 +143,6 @@ def test_verify_update_manifest(install, text, path, code):
     assert install.run("--verify-update-manifest", path.format(root=win(install.root)))[:2] == (code, [])
 
 
-@pytest.mark.parametrize("args, code", [  # operations not built yet take their safe failure path
-    (["--support-report", "{root}\\report.json", "--paltalk", "{host}"], EXIT.action_failed),
-    (["--support"], EXIT.action_failed),
-    (["--remove-shortcuts"], EXIT.done)])
-def test_placeholder_option_exit_code(install, args, code):
-    paths = {"root": win(install.root), "host": win(install.host)}
-    assert install.run(*[arg.format(**paths) for arg in args])[:2] == (code, [])
-    assert not (install.paltalk / "host-record.txt").exists()
-
-
 WINE_INDEX = pytest.mark.xfail(strict=True, reason="Wine ignores WSS_VERIFY_SPECIFIC's index: index 1 reports the primary signer")
 
 

@@ -1,9 +1,9 @@
 """Support and recovery under Wine: the closed report, and the dialog driven by keys."""
-import getpass, hashlib, json, re, socket  # noqa: E401
+import getpass, hashlib, json, re, socket, subprocess  # noqa: E401
 
 import pytest
 
-from harness import EXIT, FIXTURES, ROOT, SENTENCE, TITLE, read_ini, win
+from harness import EXIT, FIXTURES, ROOT, SENTENCE, TITLE, Install, win, xdo
 from harness import install, make_install, session_keeper  # noqa: F401  (fixtures)
 
 NUMBER, TEXT, FLAG, NONE, OBJECT = int, str, bool, type(None), dict
@@ -83,3 +83,58 @@ def test_report_with_and_without_a_host(make_install):
     assert report["configuration"] == {"browserDarkEnabled": False, "compatibility": "unavailable", "lastLaunchMode": None}
     assert report["runtime"] == {"paltalkRunning": "unknown", "themeLoaded": "unknown", "webViewProcesses": None}
     assert report["lastOperation"] == {"operation": None, "errorCode": None}
+
+
+
+DIALOG = SENTENCE.support_title  # closed by its Close button (Alt+C): Wine's task dialog ignores Escape
+
+
+def tick_box(back: int):
+    """Clicks the check box at the dialog's lower left (Wine's check box ignores a typed space), then moves
+    the focus `back` controls, from the box towards the first command link."""
+    def act(window: str) -> None:
+        geometry = subprocess.run(["xdotool", "getwindowgeometry", window], capture_output=True, text=True, timeout=10)
+        xdo("mousemove", "--window", window, "20", str(int(re.search(r"x(\d+)", geometry.stdout)[1]) - 28))
+        xdo("click", "1")
+        for _ in range(back):
+            xdo("key", "shift+Tab")
+    return act
+
+
+def test_dialog_keeps_the_box_as_left_through_a_cancelled_save(install):
+    (install.tenebrix / "settings.ini").write_text("[Appearance]\nBrowserDark=0\n")
+    answers = (("Return", DIALOG, tick_box(2)), ("Escape", SENTENCE.save_report_title, ""),
+               ("Return", DIALOG, "\t\t"),  # apply: the box as left, though it was never applied
+               ("alt+c", DIALOG, ""))
+    code, messages, shots = install.run("--support", answers=answers)
+    assert (code, messages, len(shots)) == (EXIT.done, [], 4)
+    assert install.ini("settings.ini") == {"Appearance": {"BrowserDark": "1"}}
+    assert not list(install.root.rglob("*.json"))
+
+
+def test_dialog_saves_a_report_then_starts_the_host_plainly(install):
+    install.mark_tested()
+    target = install.root / "saved.json"
+    replace_name = lambda _: (xdo("key", "End", "shift+Home"), xdo("type", win(target)))  # noqa: E731  (over the suggested name)
+    answers = (("Return", DIALOG, "\t"), ("Return", SENTENCE.save_report_title, replace_name), ("Return", DIALOG, ""))
+    code, messages, shots = install.run("--support", "--paltalk", win(install.host), answers=answers)
+    assert (code, messages, len(shots)) == (EXIT.done, [], 3)
+    assert read_report(target, install)["versions"]["paltalk"] == "1.34.7.0"
+    assert install.record().command_line == f'"{win(install.host)}"'  # through the shell, as --original
+
+
+@pytest.mark.parametrize("case", ["running", "start_failed"])
+def test_dialog_stays_open_after_a_message(make_install, case):
+    install = make_install()
+    if case == "running":
+        (install.paltalk / "host-control.ini").write_text("[Host]\nStaySeconds=120\n")
+        assert install.run("--desktop-launch", "--original", "--paltalk", win(install.host))[0] == EXIT.done
+        first = install.record().pid
+    else:
+        install.host.write_text("not a program")
+    answers = (("Return", DIALOG, ""), "Return", ("alt+c", DIALOG, ""))
+    code, messages, shots = install.run("--support", "--desktop-launch", "--paltalk", win(install.host), answers=answers)
+    sentence = SENTENCE.exit_before_plain_start if case == "running" else SENTENCE.plain_start_failed
+    assert (code, messages, len(shots)) == (EXIT.done, [sentence], 3)
+    if case == "running":
+        assert install.record().pid == first  # no second host
