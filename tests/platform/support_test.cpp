@@ -41,14 +41,5 @@ TEST(SupportReport, LastStatusGivesOnlyKnownWords) {
   reset_process_values();
 }
 
-TEST(SupportReport, FileRecordByDigestNeverByLocation) {
-  test::TempDir dir;
-  EXPECT_EQ(package_file_record(dir / L"Uninstall.exe"), R"({"present":false,"sha256":null,"signature":"missing"})");
-  EXPECT_EQ(package_file_record(dir.path), package_file_record(dir / L"Uninstall.exe"));  // a folder is no file
-  test::write_bytes(dir / L"Uninstall.exe", "abc");
-  const std::string record = package_file_record(dir / L"Uninstall.exe");
-  EXPECT_EQ(record.rfind(R"({"present":true,"sha256":"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad","signature":")", 0), 0u) << record;
-}
-
 }  // namespace
 }  // namespace nv
