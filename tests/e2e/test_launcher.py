@@ -1,9 +1,10 @@
 """NightveilMode.exe under Wine: what only the real program on the real Windows API can show."""
-import hashlib
+import hashlib, shutil, subprocess  # noqa: E401
+from pathlib import Path
 
 import pytest
 
-from harness import EXIT, FIXTURES, MANAGED, ROOT, SENTENCE, TITLE, Install, read_ini, wait_for, win
+from harness import EXIT, FIXTURES, MANAGED, ROOT, SENTENCE, TITLE, WINE_ENV, Install, environment, read_ini, wait_for, win, wine
 from harness import install, make_install, session_keeper, uninstall_entry  # noqa: F401  (fixtures)
 
 # A caller started from a full-dark launch, with the user's own values under the launcher's markers.
@@ -155,3 +156,42 @@ def test_verify_update_installer(install, signed, size, sha256, code):
     digest = sha256(hashlib.sha256(installer.read_bytes()).hexdigest())
     assert install.run("--verify-update-installer", win(installer), "--size", str(installer.stat().st_size + size),
                        "--sha256", digest)[:2] == (code, [])
+
+
+# Wine's Desktop (0) and Programs (1) folders: name, target (None: a damaged file), the run that removes it (1: --root
+# Other, 2: the launcher's own root, 0: none). Wine's SetPath turns '/' into '\': the saved link gets its '/' back.
+SHORTCUTS = [(0, "Nightveil Mode.lnk", None, 0), (0, "Tenebrix Dark Mode.lnk", "{own}\\NightveilMode.exe", 2),
+             (1, "Nightveil Mode/Nightveil Mode.lnk", "{other}\\NightveilMode.exe", 1),
+             (1, "Nightveil Mode/Paltalk Normal Mode.lnk", "{OWN}/nightveilmode.EXE", 2),
+             (1, "Nightveil Mode/Uninstall.lnk", "{own}\\Uninstall.exe", 2),
+             (1, "Tenebrix/Readme.lnk", "{own}\\NightveilMode.exe", 0),
+             (1, "Tenebrix/Tenebrix Dark Mode.lnk", "{own}x\\NightveilMode.exe", 0),
+             (1, "Tenebrix/Tenebrix Normal Mode.lnk", "{own}\\Paltalk.exe", 0),
+             (1, "Tenebrix/Tenebrix Support and Recovery.lnk", "{own}\\NightveilMode.exe", 2),
+             (1, "Tenebrix/Uninstall Tenebrix.lnk", "{other}\\Uninstall.exe", 1)]
+
+
+def test_remove_shortcuts_leading_into_the_root(install):
+    user = next(Path(WINE_ENV["WINEPREFIX"], "drive_c", "users").glob("*/AppData/Roaming")).parents[1]
+    paths = [user / ("Desktop", "AppData/Roaming/Microsoft/Windows/Start Menu/Programs")[f] / name for f, name, *_ in SHORTCUTS]
+    tops = {p if f == 0 else p.parent for p, (f, *_) in zip(paths, SHORTCUTS)}
+    tidy = lambda: [shutil.rmtree(p) if p.is_dir() else p.unlink(missing_ok=True) for p in tops]  # noqa: E731
+    roots = {"own": win(install.tenebrix), "OWN": win(install.tenebrix).upper(), "other": win(install.root / "Other")}
+    with open("/tmp/nv-shortcuts.lock", "w") as lock:  # Wine's Desktop is the user's home, shared by every checkout
+        subprocess.run(["flock", "-w", "300", str(lock.fileno())], pass_fds=(lock.fileno(),), check=True, timeout=310)
+        try:
+            tidy()
+            for folder in tops - set(paths):
+                folder.mkdir()
+            links = [a for p, (_, _, t, _) in zip(paths, SHORTCUTS) if t for a in (win(p), t.format(**roots))]
+            assert wine(FIXTURES / "nv-link.exe", *links, cwd=install.root, env=environment(), log=install.root / "l.log")[0] == 0
+            paths[0].write_bytes(b"L\0\0\0 damaged")
+            data = paths[3].read_bytes()
+            assert data.count(b"\\nightveilmode.EXE") == 1
+            paths[3].write_bytes(data.replace(b"\\nightveilmode.EXE", b"/nightveilmode.EXE"))
+            for run, args in ((1, ["--root", roots["other"]]), (2, [])):
+                assert install.run("--remove-shortcuts", *args)[:2] == (EXIT.done, [])
+                assert [p.exists() for p in paths] == [not 0 < removed <= run for *_, removed in SHORTCUTS]
+            assert all(p.parent.is_dir() for p in paths)  # the folders stay, "Nightveil Mode" now empty
+        finally:
+            tidy()
