@@ -84,9 +84,9 @@ def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
 
 
 def start(program: Path, *args: str, cwd: Path, env: dict, log: Path) -> subprocess.Popen:
-    with open(log, "wb") as stderr:  # a pipe would wait for explorer, which inherits Wine's output
+    with open(log, "wb") as output:  # a pipe would wait for explorer, which inherits Wine's output
         return subprocess.Popen(["wine", program, *args], cwd=cwd, env=env, stdin=subprocess.DEVNULL,
-                                stdout=subprocess.DEVNULL, stderr=stderr, start_new_session=True)
+                                stdout=output, stderr=output, start_new_session=True)
 
 
 def kill(proc: subprocess.Popen) -> None:
@@ -96,7 +96,7 @@ def kill(proc: subprocess.Popen) -> None:
 
 
 def wine(program: Path, *args: str, cwd: Path = CASES, env: dict | None = None, log: Path, answers=(), timeout=30):
-    """Runs one Windows program to its end; returns its exit code, Wine's stderr and the screenshots."""
+    """Runs one Windows program to its end; returns its exit code, its and Wine's output, and the screenshots."""
     for _ in range(3):
         proc = start(program, *args, cwd=cwd, env=env or environment(), log=log)
         try:
@@ -112,22 +112,26 @@ def wine(program: Path, *args: str, cwd: Path = CASES, env: dict | None = None, 
 def probe(*args: str, answers=(), label: str = "probe", timed: bool = False):
     """feed_probe's answer to `args` (tests/platform/feed_probe.cpp), its dialogs answered as by wine(); `timed`:
     with the seconds it took by its own clock."""
-    proc = subprocess.Popen(["wine", PROBE, *args], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
-                            stderr=subprocess.DEVNULL, env=environment(), text=True, start_new_session=True)
-    try:
-        _drive(proc, answers, time.monotonic() + 60, label)
-        lines = proc.communicate(timeout=30)[0].splitlines()
-    finally:
-        kill(proc)
-    assert len(lines) == 2, f"feed_probe {args}: {lines}"
-    answer, ms = lines[1].rsplit(" ", 1)
-    return (answer, int(ms) / 1000) if timed else answer
+    text = wine(PROBE, *args, log=CASES / f"{label}.log", answers=answers, timeout=60)[1]
+    found = re.search(r"^start\r?\n(.*) (\d+)\r?$", text, re.M)
+    assert found, f"feed_probe {args}: {text}"
+    return (found[1], int(found[2]) / 1000) if timed else found[1]
+
+
+def record(folder: Path, timeout: float = 15) -> SimpleNamespace:
+    """What the fixture host (or installer) in `folder` received; `block` leaves out what Wine adds to every process."""
+    assert wait_for((folder / "host-record.txt").exists, timeout), f"nothing started in {folder}"
+    _, pid, parent, line, cwd, loaded, block = (folder / "host-record.txt").read_bytes()[2:].decode("utf-16-le").split("\0", 6)
+    entries = [(e[:e.index("=", 1)], e[e.index("=", 1) + 1:]) for e in block.split("\0") if e]
+    block = [(n, v) for n, v in entries if not n.upper().startswith("WINE") and n.upper() not in ("SYSTEMDRIVE", "SYSTEMROOT")]
+    return SimpleNamespace(pid=int(pid), parent=parent, command_line=line, directory=cwd, loaded=loaded, block=block,
+                           env=dict(entries))
 
 
 def installer_record(folder: Path) -> tuple[str, str]:
     """The parent process id and the command line the installer fixture in `folder` received."""
-    assert wait_for((folder / "installer-record.txt").exists, 15), "the installer was not started"
-    return tuple((folder / "installer-record.txt").read_bytes()[2:].decode("utf-16-le").split("\0")[:2])
+    installer = record(folder)
+    return installer.parent, installer.command_line
 
 
 @contextlib.contextmanager
@@ -211,13 +215,8 @@ class Install:
         texts = re.findall(r'trace:msgbox:MSGBOX_OnInit L"(.*)"$', text, re.M)
         return code, [codecs.decode(t, "unicode_escape") for t in texts], shots
 
-    def record(self, timeout: float = 15) -> SimpleNamespace:
-        """What the fixture host received; `block` leaves out what Wine adds to every process."""
-        assert wait_for((self.paltalk / "host-record.txt").exists, timeout), f"no host started in {self.paltalk}"
-        _, pid, line, cwd, loaded, block = (self.paltalk / "host-record.txt").read_bytes()[2:].decode("utf-16-le").split("\0", 5)
-        entries = [(e[:e.index("=", 1)], e[e.index("=", 1) + 1:]) for e in block.split("\0") if e]
-        block = [(n, v) for n, v in entries if not n.upper().startswith("WINE") and n.upper() not in ("SYSTEMDRIVE", "SYSTEMROOT")]
-        return SimpleNamespace(pid=int(pid), command_line=line, directory=cwd, loaded=loaded, block=block, env=dict(entries))
+    def record(self) -> SimpleNamespace:
+        return record(self.paltalk)
 
     def ini(self, name: str) -> dict[str, dict[str, str]]:
         return read_ini(self.tenebrix / name)

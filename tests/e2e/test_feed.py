@@ -25,13 +25,14 @@ def run(routes: dict | None, *args: str) -> tuple[str, list[str], float]:
 
 
 @pytest.mark.parametrize("routes, answer, seconds", [
-    ({FEED: {"size": 16384}}, "ok 16384", (0, 3)), ({FEED: {"size": 16385}}, FAILURE.update_manifest_size, (0, 3)),
+    ({FEED: {"size": 0}}, "ok 0", (0, 3)), ({FEED: {"size": 16384}}, "ok 16384", (0, 3)),
+    ({FEED: {"size": 16385}}, FAILURE.update_manifest_size, (0, 3)),
     ({FEED: {"status": 302} | MOVED}, FAILURE.update_feed_unavailable, (0, 3)),  # a redirect is never followed
     ({}, FAILURE.update_feed_unavailable, (0, 3)),  # 404
     ({FEED: {"size": 16384, "piece": 1, "pause": 0.1}}, FAILURE.update_deadline, (2.9, 3.3)),  # trickles
     ({FEED: {"silent": True}}, FAILURE.update_deadline, (2.9, 3.3)),
     (None, FAILURE.update_deadline, (0, 1)),  # refused: nothing listens
-], ids=["at-limit", "over-limit", "302", "404", "trickle", "silent", "refused"])
+], ids=["empty", "at-limit", "over-limit", "302", "404", "trickle", "silent", "refused"])
 def test_feed_answers_within_its_deadline(routes, answer, seconds):
     got, asked, taken = run(routes, "feed")
     assert (got, asked) == (answer, [] if routes is None else [FEED])

@@ -110,6 +110,7 @@ TEST(Launch, VerdictOfEachBuild) {
       {-1, nullptr, 0, 0, false, sentence::unverified_build},
       {-1, L"paltalk us llc", 0, 0, false, sentence::signed_update},
       {-1, L"Paltalk US", 0, 0, false, sentence::unverified_build},
+      {-1, L"Paltalk US LLC 2", 0, 0, false, sentence::unverified_build},
       {0, nullptr, 0, 0, false, sentence::host_not_x64},
       {3, nullptr, 0, 0, false, sentence::qt_missing},
       {2, nullptr, 6, 10, false, sentence::qt_below_floor},

@@ -180,24 +180,19 @@ TEST(ReleaseManifest, EachRuleInItsOrderWithItsWord) {
             failure::update_public_key);
 }
 
-// The known answer: the RFC's own ES256 example verifies through the platform, and is no manifest of ours.
-TEST(ReleaseManifest, RfcExampleVerifiesThroughThePlatformButIsNoManifest) {
-  const std::string data =
-      "eyJhbGciOiJFUzI1NiJ9."
-      "eyJpc3MiOiJqb2UiLA0KICJleHAiOjEzMDA4MTkzODAsDQogImh0dHA6Ly9leGFtcGxlLmNvbS9pc19yb290Ijp0cnVlfQ";
-  const std::string signature =
-      "DtEhU3ljbEg8L38VWAfUAqOyKAM6-Xx-F4GawxaepmXFCgfTjDxw5djxLa8ISlSApmWQxfKTUJqPP3-Kg6NU1Q";
+// The known answer: the RFC's own ES256 example verifies through the platform; with one bit changed it does not.
+TEST(ReleaseManifest, RfcExampleVerifiesThroughThePlatform) {
+  const std::string data = "eyJhbGciOiJFUzI1NiJ9.eyJpc3MiOiJqb2UiLA0KICJleHAiOjEzMDA4MTkzODAsDQogImh0dHA6Ly9leGFtcGxlLmNvbS9pc19yb290Ijp0cnVlfQ";
+  const auto key = base64url_decode(rfc_key), hashed = sha256_bytes(data), signature = base64url_decode(
+      "DtEhU3ljbEg8L38VWAfUAqOyKAM6-Xx-F4GawxaepmXFCgfTjDxw5djxLa8ISlSApmWQxfKTUJqPP3-Kg6NU1Q");
   platform::EcPoint point;
   platform::Sha256Digest digest;
   platform::EcSignature rs;
-  const auto key = base64url_decode(rfc_key), hashed = sha256_bytes(data), bytes = base64url_decode(signature);
-  std::copy(key.begin(), key.end(), point.begin());
-  std::copy(hashed.begin(), hashed.end(), digest.begin());
-  std::copy(bytes.begin(), bytes.end(), rs.begin());
+  std::copy(key.begin(), key.end(), point.begin()), std::copy(hashed.begin(), hashed.end(), digest.begin());
+  std::copy(signature.begin(), signature.end(), rs.begin());
   EXPECT_GE(platform::es256_verify(point, digest, rs).verify_status, 0);
   rs[5] ^= 1;
   EXPECT_LT(platform::es256_verify(point, digest, rs).verify_status, 0);
-  EXPECT_EQ(failure_of([&] { parse_release_manifest(data + "." + signature); }), failure::update_header);
 }
 
 }  // namespace
