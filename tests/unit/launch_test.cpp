@@ -83,9 +83,10 @@ struct Install {
     reset_process_values();
     install_root = dir / L"T";
     test::write_bytes(plugin_path(), "plugin");
-    for (const auto& f : files)
+    for (const auto& f : files) {
       test::write_bytes(f, std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) + test::to_fs(f).string());
-    for (const auto& f : files) version(f, 6, 11, 1);
+      version(f, 6, 11, 1);
+    }
     fake.processes = {{{4, 0, L"System"}, std::nullopt}};
     if (host != none) fake.processes.push_back({{9, 4, L"PALTALK.EXE"}, host == here ? std::optional(exe) : std::nullopt});
     if (!recognized) return;
@@ -99,8 +100,7 @@ struct Install {
   }
   std::wstring started() const {  // "dark", "plain", or "" when nothing started
     if (fake.process_starts.size() != 1) return L"";
-    return fake.process_starts[0].first == quote_argument(normal_path(exe)) + L" -style Nightveil" ? L"dark"
-                                                                                                          : L"plain";
+    return fake.process_starts[0].first == quote_argument(normal_path(exe)) + L" -style Nightveil" ? L"dark" : L"plain";
   }
 };
 
@@ -131,15 +131,9 @@ TEST(Launch, VerdictOfEachBuild) {
 }
 
 TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
-  struct Case {
-    Entries options;
-    bool recognized;
-    Install::Host host;
-    int answer;  // to the one message box
-    std::int32_t code;
-    const wchar_t* start;
-    const wchar_t* message;  // the only box shown, or none
-    const wchar_t* stored_experimental;
+  struct Case {  // the answer to the one message box; the only box shown, or none
+    Entries options; bool recognized; Install::Host host; int answer;
+    std::int32_t code; const wchar_t *start, *message, *stored_experimental;
   };
   const wchar_t* const no_box = nullptr;
   // Two rows name a fault the way an option would; the launcher ignores options it does not know.
@@ -206,10 +200,7 @@ TEST(Inspection, DoubtCountsAsYesOnlyInThisSession) {
                            L listing = L::listed, const std::wstring& plugin = L"Q:\\T\\plugins\\styles\\Nightveil.dll") {
     return FakeProcess{{id, 4, L"PALTALK.exe"}, image, session, {listing, {{L"Paltalk.exe", host}, {L"nightveil.DLL", plugin}}}};
   };
-  struct Case {
-    std::vector<FakeProcess> table;
-    bool session_list_fails, running, busy;
-  };
+  struct Case { std::vector<FakeProcess> table; bool session_list_fails, running, busy; };
   const FakeProcess idle{{40, 4, L"Paltalk.exe.bak"}, host};
   const Case cases[] = {
       {{idle}, false, false, false},
