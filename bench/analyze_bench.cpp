@@ -52,7 +52,7 @@ void set_version(const std::wstring& path, std::uint32_t ms, std::uint32_t ls) {
   info.length = 52;
   info.version_ms = ms;
   info.version_ls = ls;
-  nv::fake::versions[nv::folded_path(path)] = info;
+  nv::fake.versions[nv::folded_path(path)] = info;
 }
 
 // The sizes of a current Paltalk installation; this build is the tested one,

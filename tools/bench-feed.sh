@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
 # Times the feed fetch under Wine on the real WinHTTP against the local update
 # host: a server that trickles, one that accepts and never answers, and a
-# refused connection, each timed from outside (the probe's start line to its
-# answer). Ends with "ratio R", R = the longest of the three / 3,000 ms (goal
+# refused connection, each timed by the probe's steady clock from its start
+# line to its answer. Ends with "ratio R", R = the longest of the three / 3,000 ms (goal
 # 1.03 or less; a refused connection well under 100 ms). Builds the Windows
 # preset, and maps the update host for the run and unmaps it after (root).
 set -euo pipefail

@@ -6,41 +6,22 @@
 
 #include "foundation/paths.h"
 
-namespace nv::fake {
-
-void reset() {
-  message_box_answers.clear();
-  message_boxes.clear();
-  process_start_result = {true, 0};
-  process_starts.clear();
-  during_start = nullptr;
-  processes.clear();
-  close_requests.clear();
-  hosts_obey = false;
-  session_list_fails = false;
-  versions.clear();
-  signatures.clear();
-  timer_dialogs.clear();
-  timer_dialog_clicks.clear();
-  dialog_actions.clear();
-  timer_dialog_fails = false;
-  timer_tick = nullptr;
-}
-
-const Process* find(std::uint32_t id) {
-  auto it = std::find_if(processes.begin(), processes.end(), [&](const Process& p) { return p.record.id == id; });
-  return it == processes.end() ? nullptr : &*it;
-}
-
-}  // namespace nv::fake
-
 namespace nv::platform {
+namespace {
+
+const FakeProcess* fake_process(std::uint32_t id) {
+  auto it = std::find_if(fake.processes.begin(), fake.processes.end(), [&](const FakeProcess& p) { return p.record.id == id; });
+  return it == fake.processes.end() ? nullptr : &*it;
+}
+std::optional<int> pending_click;  // a button pressed by the callback itself
+
+}  // namespace
 
 int message_box(const std::wstring& text, const std::wstring&, unsigned) {
-  fake::message_boxes.push_back(text);
-  if (fake::message_box_answers.empty()) return id_ok;
-  const int answer = fake::message_box_answers.front();
-  fake::message_box_answers.pop_front();
+  fake.message_boxes.push_back(text);
+  if (fake.message_box_answers.empty()) return id_ok;
+  const int answer = fake.message_box_answers.front();
+  fake.message_box_answers.pop_front();
   return answer;
 }
 int command_link_dialog(const CommandLinkDialog&) { return dialog_failed; }
@@ -48,32 +29,28 @@ std::wstring open_file_dialog(const FileOpenDialog&) { return {}; }
 std::wstring save_file_dialog(const FileSaveDialog&) { return {}; }
 CheckBoxAnswer check_box_dialog(const CheckBoxDialog&) { return {}; }
 
-namespace {
-std::optional<int> pending_click;  // a button pressed by the callback itself
-}
 void DialogWindow::click_button(int id) const {
-  fake::dialog_actions.push_back(L"click " + std::to_wstring(id));
+  fake.dialog_actions.push_back(L"click " + std::to_wstring(id));
   pending_click = id;
 }
 void DialogWindow::set_progress(unsigned percent) const {
-  fake::dialog_actions.push_back(L"progress " + std::to_wstring(percent));
+  fake.dialog_actions.push_back(L"progress " + std::to_wstring(percent));
 }
-void DialogWindow::set_content(const std::wstring& text) const { fake::dialog_actions.push_back(L"content " + text); }
+void DialogWindow::set_content(const std::wstring& text) const { fake.dialog_actions.push_back(L"content " + text); }
 
 int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
-  if (fake::timer_dialog_fails) return dialog_failed;
-  fake::timer_dialogs.push_back(dialog.main_instruction);
+  fake.timer_dialogs.push_back(dialog.main_instruction);
   const DialogWindow window;
   pending_click.reset();
   // A click closes the dialog unless the callback keeps it open.
   const auto click = [&](int id) { return callback(window, DialogEvent::button_clicked, id) == 0; };
   for (int tick = 0; tick < 5000; ++tick) {
-    if (fake::timer_tick) fake::timer_tick();
+    if (fake.timer_tick) fake.timer_tick();
     callback(window, DialogEvent::timer, 0);
     if (const auto id = std::exchange(pending_click, std::nullopt); id && click(*id)) return *id;
-    if (!fake::timer_dialog_clicks.empty()) {
-      const int id = fake::timer_dialog_clicks.front();
-      fake::timer_dialog_clicks.pop_front();
+    if (!fake.timer_dialog_clicks.empty()) {
+      const int id = fake.timer_dialog_clicks.front();
+      fake.timer_dialog_clicks.pop_front();
       if (click(id)) return id;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -84,56 +61,56 @@ int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
 Elevation token_elevation() { return Elevation::not_elevated; }
 ProcessStart create_process(const std::wstring&, const std::wstring& command_line,
                             const std::vector<std::uint16_t>& environment, const std::wstring&) {
-  fake::process_starts.push_back({command_line, environment});
-  if (fake::during_start) fake::during_start();
-  return fake::process_start_result;
+  fake.process_starts.emplace_back(command_line, environment);
+  if (fake.during_start) fake.during_start();
+  return fake.process_start_result;
 }
 ProcessStart start_program(const std::wstring& file, const std::wstring& line) { return create_process(file, line, {}, L""); }
 bool shell_execute_from_desktop(const std::wstring&, const std::wstring&, const std::wstring&) { return false; }
 
 std::optional<std::vector<ProcessRecord>> list_processes() {
-  if (fake::processes.empty()) return std::nullopt;
+  if (fake.processes.empty()) return std::nullopt;
   std::vector<ProcessRecord> records;
-  for (const auto& p : fake::processes) records.push_back(p.record);
+  for (const auto& p : fake.processes) records.push_back(p.record);
   return records;
 }
 std::optional<std::uint32_t> current_session() { return 1; }
 std::optional<std::vector<std::pair<std::uint32_t, std::uint32_t>>> session_records() {
-  if (fake::session_list_fails) return std::nullopt;
+  if (fake.session_list_fails) return std::nullopt;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> records;
-  for (const auto& p : fake::processes)
+  for (const auto& p : fake.processes)
     if (p.session) records.emplace_back(p.record.id, *p.session);
   return records;
 }
 std::optional<std::wstring> process_image_path(std::uint32_t id) {
-  const fake::Process* p = fake::find(id);
+  const FakeProcess* p = fake_process(id);
   return p ? p->image_path : std::nullopt;
 }
 std::optional<ProcessIdentity> process_identity(std::uint32_t id) {
   const auto image = process_image_path(id);
-  return image ? std::optional<ProcessIdentity>({*image, fake::find(id)->creation_time}) : std::nullopt;
+  return image ? std::optional<ProcessIdentity>({*image, fake_process(id)->creation_time}) : std::nullopt;
 }
 bool ask_to_close(const std::wstring&, const std::function<std::vector<RestartProcess>()>& collect) {
-  auto& request = fake::close_requests.emplace_back();
+  auto& request = fake.close_requests.emplace_back();
   for (const RestartProcess& p : collect()) request.emplace_back(p.id, p.creation_time);
-  if (fake::hosts_obey) fake::processes.clear();
+  if (fake.hosts_obey) fake.processes.clear();
   return true;
 }
 ModuleList list_modules(std::uint32_t id) {
-  const fake::Process* p = fake::find(id);
+  const FakeProcess* p = fake_process(id);
   if (!p) return {};
   // Only a listing that worked carries modules.
   return p->modules.status == ModuleListing::listed ? p->modules : ModuleList{p->modules.status, {}};
 }
 
 SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint32_t> index) {
-  auto it = fake::signatures.find({folded_path(path), index.value_or(0)});
-  return it == fake::signatures.end() ? SignatureCheck{} : it->second;
+  auto it = fake.signatures.find({folded_path(path), index.value_or(0)});
+  return it == fake.signatures.end() ? SignatureCheck{} : it->second;
 }
 SignatureCheck check_signature(const OpenFile&, const std::wstring& path, std::uint32_t i) { return check_signature(path, i); }
 FixedFileInfo read_fixed_file_info(const std::wstring& path) {
-  auto it = fake::versions.find(folded_path(path));
-  return it == fake::versions.end() ? FixedFileInfo{} : it->second;
+  auto it = fake.versions.find(folded_path(path));
+  return it == fake.versions.end() ? FixedFileInfo{} : it->second;
 }
 
 }  // namespace nv::platform

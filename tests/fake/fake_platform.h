@@ -2,7 +2,7 @@
 // Scriptable stand-ins for what cannot be had on this machine: a user's answer
 // to a message box, a process in another session, a file signed twice by other
 // signers, any version resource, and a host start that is only recorded.
-// reset() returns everything to a fresh state; call it at the start of a test.
+// `fake = {};` returns everything to a fresh state; do it at the start of a test.
 #include <deque>
 #include <functional>
 #include <map>
@@ -16,46 +16,39 @@
 #include "platform/trust.h"
 #include "platform/version_info.h"
 
-namespace nv::fake {
+namespace nv {
 
-void reset();
-
-inline std::deque<int> message_box_answers;   // in order; with none left a box answers IDOK
-inline std::vector<std::wstring> message_boxes;  // the texts shown
-
-// Timer dialogs: each shown one's main instruction, and what its callback did
-// ("progress 40", "click 2", "content ..."). A dialog gets the scripted clicks,
-// in order, one after each tick, and ticks (1 ms apart) until a click closes it;
-// after 5,000 ticks it ends as Cancel would.
-inline std::vector<std::wstring> timer_dialogs;
-inline std::deque<int> timer_dialog_clicks;
-inline std::vector<std::wstring> dialog_actions;
-inline bool timer_dialog_fails = false;
-inline std::function<void()> timer_tick;  // runs before each tick
-
-struct Start {
-  std::wstring command_line;
-  std::vector<std::uint16_t> environment;
-};
-inline platform::ProcessStart process_start_result{true, 0};  // started by default
-inline std::vector<Start> process_starts;
-inline std::function<void()> during_start;  // runs inside each start
-
-struct Process {
+struct FakeProcess {
   platform::ProcessRecord record;
   std::optional<std::wstring> image_path;    // nullopt: cannot be opened
   std::optional<std::uint32_t> session = 1;  // nullopt: missing from the session list
   platform::ModuleList modules{platform::ModuleListing::listed, {}};
   std::uint64_t creation_time = 0;
 };
-inline std::vector<Process> processes;  // empty: the snapshot fails
-inline bool session_list_fails = false;
-// What each request to close named; with `hosts_obey`, every process ends.
-inline std::vector<std::vector<std::pair<std::uint32_t, std::uint64_t>>> close_requests;
-inline bool hosts_obey = false;
 
-// By folded path; a file not listed has no version resource or signature.
-inline std::map<std::wstring, platform::FixedFileInfo> versions;
-inline std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck> signatures;  // index 0: primary
+struct Fake {
+  std::deque<int> message_box_answers;   // in order; with none left a box answers IDOK
+  std::vector<std::wstring> message_boxes;  // the texts shown
+  // Timer dialogs: each shown one's main instruction, and what its callback did
+  // ("progress 40", "click 2", "content ..."). A dialog gets the scripted clicks,
+  // in order, one after each tick, and ticks (1 ms apart) until a click closes it;
+  // after 5,000 ticks it ends as Cancel would.
+  std::vector<std::wstring> timer_dialogs;
+  std::deque<int> timer_dialog_clicks;
+  std::vector<std::wstring> dialog_actions;
+  std::function<void()> timer_tick;  // runs before each tick
+  platform::ProcessStart process_start_result{true, 0};  // started by default
+  std::vector<std::pair<std::wstring, std::vector<std::uint16_t>>> process_starts;  // command line, environment
+  std::function<void()> during_start;  // runs inside each start
+  std::vector<FakeProcess> processes;  // empty: the snapshot fails
+  bool session_list_fails = false;
+  // What each request to close named; with `hosts_obey`, every process ends.
+  std::vector<std::vector<std::pair<std::uint32_t, std::uint64_t>>> close_requests;
+  bool hosts_obey = false;
+  // By folded path; a file not listed has no version resource or signature.
+  std::map<std::wstring, platform::FixedFileInfo> versions;
+  std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck> signatures;  // index 0: primary
+};
+inline Fake fake;
 
-}  // namespace nv::fake
+}  // namespace nv

@@ -5,6 +5,7 @@
 
 #include "foundation/atomic_write.h"
 #include "foundation/failure.h"
+#include "foundation/paths.h"
 #include "host/configuration.h"
 #include "host/ini.h"
 #include "launcher/browser_arguments.h"
@@ -14,6 +15,43 @@
 
 namespace nv {
 namespace {
+
+using Cases = std::initializer_list<std::pair<const wchar_t*, const wchar_t*>>;
+
+TEST(Paths, OnTheRealFileSystem) {
+  test::TempDir dir;
+  test::write_bytes(dir / L"Sub\\File.txt", "x");
+  EXPECT_TRUE(same_path(dir / L"Sub\\File.txt", dir / L"sub/.\\Other\\..\\file.TXT"));
+  EXPECT_FALSE(same_path(dir / L"Sub\\File.txt", dir / L"Sub\\File.tx"));
+  // The existing part resolved, the rest appended.
+  EXPECT_EQ(normal_path(dir / L"sub\\missing\\..\\gone\\x.exe"), normal_path(dir / L"sub") + L"\\gone\\x.exe");
+#ifdef _WIN32
+  EXPECT_EQ(normal_path(dir / L"SUB\\FILE.TXT"), dir / L"Sub\\File.txt");  // the disk's letter case, no long prefix
+#endif
+  EXPECT_TRUE(is_regular_file(dir / L"Sub\\File.txt"));
+  EXPECT_FALSE(is_regular_file(dir.path) || is_regular_file(dir / L"missing.txt") || path_exists(dir / L"missing.txt"));
+#ifndef _WIN32  // Wine makes no link that Windows code sees as one
+  std::filesystem::create_directory_symlink(test::to_fs(dir.path), test::to_fs(dir / L"link"));
+  std::filesystem::create_symlink(test::to_fs(dir / L"gone.txt"), test::to_fs(dir / L"dangling.txt"));
+  EXPECT_TRUE(same_path(dir / L"link\\Sub\\File.txt", dir / L"Sub\\File.txt"));
+  EXPECT_FALSE(is_regular_file(dir / L"dangling.txt") || path_exists(dir / L"dangling.txt"));
+#endif
+  EXPECT_FALSE(create_directories(dir / L"a\\b\\c") || create_directories(dir / L"a\\b\\c"));  // again: no error
+  EXPECT_TRUE(path_exists(dir / L"a\\b\\c"));
+  EXPECT_TRUE(create_directories(dir / L"Sub\\File.txt\\sub"));
+}
+
+TEST(Paths, WhatDoesNotExistKeepsItsFormAndTheLongPrefixGoesOnlyBeforeADrive) {
+  for (const auto& [path, normal] : Cases{{L"Q:/no\\\\.\\such\\..\\drive\\x", L"Q:\\no\\drive\\x"},
+                                          {L"\\nv-missing\\x", L"\\nv-missing\\x"},
+                                          {L"C:nv-missing\\x", L"C:nv-missing\\x"}})
+    EXPECT_EQ(normal_path(path), normal) << path;
+  for (const auto& [final_path, dos] : Cases{{L"\\\\?\\C:\\x", L"C:\\x"},
+                                             {L"\\\\?\\UNC\\srv\\share", L"\\\\srv\\share"},
+                                             {L"\\\\?\\1:\\x", L"\\\\?\\1:\\x"},
+                                             {L"\\\\?\\Volume{0}\\x", L"\\\\?\\Volume{0}\\x"}})
+    EXPECT_EQ(dos_path_of(final_path), dos) << final_path;
+}
 
 TEST(QuoteArgument, ReadBackWholeByTheSystemsSplitter) {
   const std::wstring texts[] = {L"", L"a b", L"C:\\P F\\", L"a\"b", L"a\\\"b", L"\\\\", L"\"", L" \t", L"x\\\\\"\\"};

@@ -1,10 +1,14 @@
-// The feed's deadline and the download's read loop, on scripted clocks and responses.
+// The feed's deadline and the download's read loop, on scripted clocks and responses, and the download's
+// progress dialog, told apart by who pressed Cancel.
 #include <gtest/gtest.h>
 
+#include "fake_platform.h"
 #include "foundation/failure.h"
+#include "foundation/sentences.h"
 #include "test_support.h"
 #include "update/download.h"
 #include "update/feed.h"
+#include "update/pipeline.h"
 
 namespace nv {
 namespace {
@@ -53,6 +57,30 @@ TEST(CopyResponseToFile, ChecksInTheirOrder) {
     const std::string word = test::failure_of([&] { copy_response_to_file(c.size, progress, read, {write, flush}); });
     EXPECT_EQ(std::tuple(word, file.size(), reads, progress.percent.load()),
               std::tuple(c.word, c.written, c.reads_made, c.percent)) << &c - cases;
+  }
+}
+
+TEST(DownloadDialog, OwnCancelClosesAFinishedDownloadUsersCancelWaitsForTheWorker) {
+  constexpr auto tick = platform::DialogEvent::timer, press = platform::DialogEvent::button_clicked;
+  const std::wstring cancelling = L"content " + std::wstring(sentence::download_cancelling);
+  // The worker done, closing, the event, its button; then the result, cancel, closing, and what the callback did.
+  const std::tuple<bool, bool, platform::DialogEvent, int, int, bool, bool, std::vector<std::wstring>> cases[] = {
+      {false, false, tick, 0, 0, false, false, {L"progress 40"}},
+      {true, false, tick, 0, 0, false, true, {L"progress 40", L"click 2"}},
+      {true, true, press, 2, 0, false, true, {}},              // the program's own press
+      {false, false, press, 2, 1, true, false, {cancelling}},  // stays until the worker stops
+      {true, false, press, 2, 0, true, false, {}},             // last moment: still cancelled
+      {false, false, press, 1, 0, false, false, {}}};
+  for (const auto& [done, closing, event, button, result, cancel_after, closing_after, actions] : cases) {
+    fake = {};
+    DownloadProgress progress{40, false};
+    std::promise<bool> worker;
+    if (done) worker.set_value(true);
+    std::future<bool> future = worker.get_future();
+    DownloadDialogState state{&progress, &future, closing};
+    EXPECT_EQ(download_dialog_callback(state, {}, event, button), result);
+    EXPECT_EQ(std::tuple(progress.cancel.load(), state.closing, fake.dialog_actions),
+              std::tuple(cancel_after, closing_after, actions));
   }
 }
 

@@ -1,6 +1,8 @@
 // The launch from command line to started host: the decision chain, the
 // verdict on a real scratch installation whose version resources and
-// signatures are scripted, the answers to the prompt, and what the host gets.
+// signatures are scripted, the answers to the prompt, and what the host gets;
+// and what cannot be had on this machine: processes in other sessions and
+// modules that cannot be listed.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -17,6 +19,7 @@
 #include "launcher/browser_arguments.h"
 #include "launcher/chain.h"
 #include "launcher/environment.h"
+#include "support/inspection.h"
 #include "test_support.h"
 
 namespace nv {
@@ -57,7 +60,7 @@ TEST(LaunchEnvironment, ModesAndTheUsersValuesThroughAChain) {
   EXPECT_EQ(entries_of(env(entries_of(env({}, true)), true, false)), Entries{});
 }
 
-TEST(BrowserArguments, MergedAndAlwaysQuoted) {
+TEST(BrowserArguments, MergedAndQuoted) {
   const std::pair<const wchar_t*, const wchar_t*> merges[] = {
       {L"  ", L"\"--enable-features=WebContentsForceDark\""},
       {L"--disable-features=X,WebContentsForceDark --enable-features=,A --enable-features=WebContentsForceDark:x=1,B "
@@ -65,9 +68,6 @@ TEST(BrowserArguments, MergedAndAlwaysQuoted) {
        L"\"--lang=de\" \"--ENABLE-FEATURES=C\" \"--d=C:\\My Data\\\\\" "
        L"\"--enable-features=A,B,WebContentsForceDark\" \"--disable-features=X\""}};
   for (const auto& [existing, merged] : merges) EXPECT_EQ(merge_browser_arguments(existing), merged);
-  const std::pair<const wchar_t*, const wchar_t*> quotes[] = {
-      {L"", L"\"\""}, {L"C:\\P F\\", L"\"C:\\P F\\\\\""}, {L"a\\\"b", L"\"a\\\\\\\"b\""}, {L"a\\b", L"\"a\\b\""}};
-  for (const auto& [text, quoted] : quotes) EXPECT_EQ(quote_argument(text), quoted);
 }
 
 // install_root is <dir>\T with its plugin; the host is <dir>\P with three Qt
@@ -79,15 +79,16 @@ struct Install {
   std::wstring exe = dir / L"P\\Paltalk.exe";
   std::vector<std::wstring> files = {exe, dir / L"P\\Qt6Core.dll", dir / L"P\\Qt6Gui.dll", dir / L"P\\Qt6Widgets.dll"};
   explicit Install(bool recognized = false, Host host = none) {
-    fake::reset();
+    fake = {};
     reset_process_values();
     install_root = dir / L"T";
     test::write_bytes(plugin_path(), "plugin");
-    for (const auto& f : files)
+    for (const auto& f : files) {
       test::write_bytes(f, std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) + test::to_fs(f).string());
-    for (const auto& f : files) version(f, 6, 11, 1);
-    fake::processes = {{{4, 0, L"System"}, std::nullopt}};
-    if (host != none) fake::processes.push_back({{9, 4, L"PALTALK.EXE"}, host == here ? std::optional(exe) : std::nullopt});
+      version(f, 6, 11, 1);
+    }
+    fake.processes = {{{4, 0, L"System"}, std::nullopt}};
+    if (host != none) fake.processes.push_back({{9, 4, L"PALTALK.EXE"}, host == here ? std::optional(exe) : std::nullopt});
     if (!recognized) return;
     std::string hashes;
     for (wchar_t c : analyze_host(exe).hashes) hashes += static_cast<char>(c);
@@ -95,12 +96,11 @@ struct Install {
   }
   ~Install() { reset_process_values(); }
   void version(const std::wstring& file, std::uint32_t major, std::uint32_t minor, std::uint32_t build, bool debug = false) {
-    fake::versions[folded_path(file)] = {true, 52, major << 16 | minor, build << 16, debug};
+    fake.versions[folded_path(file)] = {true, 52, major << 16 | minor, build << 16, debug};
   }
   std::wstring started() const {  // "dark", "plain", or "" when nothing started
-    if (fake::process_starts.size() != 1) return L"";
-    return fake::process_starts[0].command_line == quote_argument(normal_path(exe)) + L" -style Nightveil" ? L"dark"
-                                                                                                          : L"plain";
+    if (fake.process_starts.size() != 1) return L"";
+    return fake.process_starts[0].first == quote_argument(normal_path(exe)) + L" -style Nightveil" ? L"dark" : L"plain";
   }
 };
 
@@ -110,6 +110,7 @@ TEST(Launch, VerdictOfEachBuild) {
       {-1, nullptr, 0, 0, false, sentence::unverified_build},
       {-1, L"paltalk us llc", 0, 0, false, sentence::signed_update},
       {-1, L"Paltalk US", 0, 0, false, sentence::unverified_build},
+      {-1, L"Paltalk US LLC 2", 0, 0, false, sentence::unverified_build},
       {0, nullptr, 0, 0, false, sentence::host_not_x64},
       {3, nullptr, 0, 0, false, sentence::qt_missing},
       {2, nullptr, 6, 10, false, sentence::qt_below_floor},
@@ -119,7 +120,7 @@ TEST(Launch, VerdictOfEachBuild) {
   for (const auto& [file, signer, major, minor, debug, verdict] : cases) {
     Install in;
     if (signer)
-      for (const auto& f : in.files) fake::signatures[{folded_path(f), 0}] = {true, true, f == in.exe ? signer : L"The QT Company Oy"};
+      for (const auto& f : in.files) fake.signatures[{folded_path(f), 0}] = {true, true, f == in.exe ? signer : L"The QT Company Oy"};
     if (file >= 0 && !major) test::write_bytes(in.files[file], "MZ");
     if (major) in.version(in.files[file], major, minor, 1, debug);
     EXPECT_EQ(analyze_host(in.exe).message, verdict);
@@ -130,15 +131,9 @@ TEST(Launch, VerdictOfEachBuild) {
 }
 
 TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
-  struct Case {
-    Entries options;
-    bool recognized;
-    Install::Host host;
-    int answer;  // to the one message box
-    std::int32_t code;
-    const wchar_t* start;
-    const wchar_t* message;  // the only box shown, or none
-    const wchar_t* stored_experimental;
+  struct Case {  // the answer to the one message box; the only box shown, or none
+    Entries options; bool recognized; Install::Host host; int answer;
+    std::int32_t code; const wchar_t *start, *message, *stored_experimental;
   };
   const wchar_t* const no_box = nullptr;
   // Two rows name a fault the way an option would; the launcher ignores options it does not know.
@@ -164,28 +159,28 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
        sentence::host_not_found, L""}};
   for (const auto& c : cases) {
     Install in(c.recognized, c.host);
-    if (c.answer) fake::message_box_answers = {c.answer};
+    if (c.answer) fake.message_box_answers = {c.answer};
     if (c.options == Entries{L"--plugin-gone"}) std::filesystem::remove(test::to_fs(plugin_path()));
-    if (c.options == Entries{L"--start-fails"}) fake::process_start_result = {false, 193};
+    if (c.options == Entries{L"--start-fails"}) fake.process_start_result = {false, 193};
     Entries arguments = c.options;  // the first --paltalk counts
     arguments.insert(arguments.end(), {L"--paltalk", in.exe});
     EXPECT_EQ(run_launcher(arguments), c.code) << c.code;
     EXPECT_EQ(in.started(), c.start) << c.code;
-    EXPECT_EQ(fake::message_boxes, c.message ? Entries{c.message} : Entries{}) << c.code;
+    EXPECT_EQ(fake.message_boxes, c.message ? Entries{c.message} : Entries{}) << c.code;
     EXPECT_EQ(read_ini_value(settings_path(), L"Paltalk", L"Experimental"), c.stored_experimental) << c.code;
   }
 }
 
 TEST(Launch, ApprovalHoldsForTheExactBuildInAnySpellingOfItsPath) {
   Install in;
-  fake::message_box_answers = {platform::id_yes};
+  fake.message_box_answers = {platform::id_yes};
   run_launcher({L"--paltalk", in.exe});
-  fake::process_starts.clear();
+  fake.process_starts.clear();
   std::wstring spelling = in.exe;
   std::replace(spelling.begin(), spelling.end(), L'\\', L'/');
   EXPECT_EQ(run_launcher({L"--paltalk", spelling}), exit_code::done);
   EXPECT_EQ(in.started(), L"dark");
-  EXPECT_EQ(fake::message_boxes.size(), 1u);
+  EXPECT_EQ(fake.message_boxes.size(), 1u);
 }
 
 TEST(Discovery, EntriesAndCommandsOfInstallers) {
@@ -195,6 +190,39 @@ TEST(Discovery, EntriesAndCommandsOfInstallers) {
   const std::pair<const wchar_t*, const wchar_t*> commands[] = {
       {L"\"C:\\P F\\u.exe\" /x", L"C:\\P F\\u.exe"}, {L"C:\\T.exe\\P\\u.exe,0", L"C:\\T.exe"}, {L"\"C:\\u.exe", L""}};
   for (const auto& [value, path] : commands) EXPECT_EQ(parse_command_path(value), path) << value;
+}
+
+TEST(Inspection, DoubtCountsAsYesOnlyInThisSession) {
+  // Paths on a drive that exists nowhere compare by their lexical normal form.
+  const std::wstring host = L"Q:\\P\\Paltalk.exe", other = L"Q:\\O\\Paltalk.exe";
+  using L = platform::ModuleListing;
+  const auto process = [&](std::uint32_t id, std::optional<std::wstring> image, std::optional<std::uint32_t> session = 1,
+                           L listing = L::listed, const std::wstring& plugin = L"Q:\\T\\plugins\\styles\\Nightveil.dll") {
+    return FakeProcess{{id, 4, L"PALTALK.exe"}, image, session, {listing, {{L"Paltalk.exe", host}, {L"nightveil.DLL", plugin}}}};
+  };
+  struct Case { std::vector<FakeProcess> table; bool session_list_fails, running, busy; };
+  const FakeProcess idle{{40, 4, L"Paltalk.exe.bak"}, host};
+  const Case cases[] = {
+      {{idle}, false, false, false},
+      {{idle, process(50, L"q:/P/./X/../PALTALK.EXE")}, false, true, true},
+      {{idle, process(50, other)}, false, false, true},
+      {{idle, process(50, other, 1, L::listed, L"Q:\\E\\plugins\\styles\\Nightveil.dll")}, false, false, false},
+      {{idle, process(50, host, 2)}, false, false, false},
+      {{idle, process(50, host, 2)}, true, true, true},
+      {{idle, process(50, host, std::nullopt)}, false, true, true},
+      {{idle, process(50, std::nullopt)}, false, true, true},
+      {{idle, process(50, std::nullopt, 2)}, false, false, false},
+      {{idle, process(50, other, 1, L::no_snapshot)}, false, false, true},
+      {{idle, process(50, other, 1, L::no_first_module)}, false, false, false},
+      {{}, false, false, false},  // no snapshot at all
+  };
+  for (std::size_t i = 0; i < std::size(cases); ++i) {
+    fake = {};
+    fake.processes = cases[i].table;
+    fake.session_list_fails = cases[i].session_list_fails;
+    EXPECT_EQ(host_is_running(host), cases[i].running) << i;
+    EXPECT_EQ(install_is_busy(L"q:\\t\\"), cases[i].busy) << i;
+  }
 }
 
 }  // namespace
