@@ -1,11 +1,7 @@
-// The launch from command line to started host: the decision chain, the
-// verdict on a real scratch installation whose version resources and
-// signatures are scripted, the answers to the prompt, and what the host gets;
-// and what cannot be had on this machine: processes in other sessions and
-// modules that cannot be listed.
+// The launch from command line to started host, on a real scratch installation whose version resources,
+// signatures and processes are scripted.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <tuple>
 
 #include "fake_platform.h"
@@ -35,18 +31,18 @@ Entries entries_of(const std::vector<std::uint16_t>& block) {
   return entries;
 }
 
-std::vector<std::uint16_t> env(const Entries& parent, bool browser_dark, bool dark = true) {
+Entries env(const Entries& parent, bool browser_dark, bool dark = true) {
   std::wstring raw;
   for (const auto& e : parent) raw += e + L'\0';
-  return compute_launch_environment(raw + L'\0', {dark, L"C:\\T", L"h", L"", browser_dark});
+  return entries_of(compute_launch_environment(raw + L'\0', {dark, L"C:\\T", L"h", L"", browser_dark}));
 }
 
 TEST(LaunchEnvironment, ModesAndTheUsersValuesThroughAChain) {
-  EXPECT_EQ(entries_of(env({L"b=2", L"=C:=C:\\d", L"A=1", L"a=3", L"=X", L"odd", L"qt_style_override=x"}, true, false)),
+  EXPECT_EQ(env({L"b=2", L"=C:=C:\\d", L"A=1", L"a=3", L"=X", L"odd", L"qt_style_override=x"}, true, false),
             (Entries{L"=C:=C:\\d", L"A=3", L"b=2"}));
   const Entries user = {L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=--mute-audio",
                         L"WEBVIEW2_DEFAULT_BACKGROUND_COLOR=00000000"};
-  const Entries dark = entries_of(env(user, true));
+  const Entries dark = env(user, true);
   EXPECT_EQ(dark, (Entries{L"NIGHTVEIL_HASHES=h", L"NIGHTVEIL_HOME=C:\\T", L"QT_PLUGIN_PATH=C:\\T\\plugins",
                            L"QT_STYLE_OVERRIDE=Nightveil", L"TENEBRIX_WEBVIEW_ARGS_ACTIVE=present",
                            L"TENEBRIX_WEBVIEW_ARGS_ORIGINAL=--mute-audio", L"TENEBRIX_WEBVIEW_BACKGROUND_ACTIVE=present",
@@ -54,10 +50,10 @@ TEST(LaunchEnvironment, ModesAndTheUsersValuesThroughAChain) {
                            L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=\"--mute-audio\" "
                            L"\"--enable-features=WebContentsForceDark\"",
                            L"WEBVIEW2_DEFAULT_BACKGROUND_COLOR=FF202328"}));
-  EXPECT_EQ(entries_of(env(dark, true)), dark);  // a chained launch saves the user's values, not its own
-  EXPECT_EQ(entries_of(env(dark, true, false)), user);
-  EXPECT_EQ(entries_of(env(dark, false)), (Entries{dark[0], dark[1], dark[2], dark[3], user[0], user[1]}));
-  EXPECT_EQ(entries_of(env(entries_of(env({}, true)), true, false)), Entries{});
+  EXPECT_EQ(env(dark, true), dark);  // a chained launch saves the user's values, not its own
+  EXPECT_EQ(env(dark, true, false), user);
+  EXPECT_EQ(env(dark, false), (Entries{dark[0], dark[1], dark[2], dark[3], user[0], user[1]}));
+  EXPECT_EQ(env(env({}, true), true, false), Entries{});
 }
 
 TEST(BrowserArguments, MergedAndQuoted) {
@@ -107,16 +103,12 @@ struct Install {
 TEST(Launch, VerdictOfEachBuild) {
   const std::tuple<int, const wchar_t*, int, int, bool, const wchar_t*> cases[] = {
       // file changed, its new major and minor version and debug flag (or a signer for all), the verdict
-      {-1, nullptr, 0, 0, false, sentence::unverified_build},
-      {-1, L"paltalk us llc", 0, 0, false, sentence::signed_update},
+      {-1, nullptr, 0, 0, false, sentence::unverified_build}, {-1, L"paltalk us llc", 0, 0, false, sentence::signed_update},
       {-1, L"Paltalk US", 0, 0, false, sentence::unverified_build},
       {-1, L"Paltalk US LLC 2", 0, 0, false, sentence::unverified_build},
-      {0, nullptr, 0, 0, false, sentence::host_not_x64},
-      {3, nullptr, 0, 0, false, sentence::qt_missing},
-      {2, nullptr, 6, 10, false, sentence::qt_below_floor},
-      {1, nullptr, 7, 11, false, sentence::qt_below_floor},
-      {3, nullptr, 6, 11, true, sentence::qt_below_floor},
-      {3, nullptr, 6, 12, false, sentence::qt_mismatch}};
+      {0, nullptr, 0, 0, false, sentence::host_not_x64}, {3, nullptr, 0, 0, false, sentence::qt_missing},
+      {2, nullptr, 6, 10, false, sentence::qt_below_floor}, {1, nullptr, 7, 11, false, sentence::qt_below_floor},
+      {3, nullptr, 6, 11, true, sentence::qt_below_floor}, {3, nullptr, 6, 12, false, sentence::qt_mismatch}};
   for (const auto& [file, signer, major, minor, debug, verdict] : cases) {
     Install in;
     if (signer)
@@ -145,7 +137,6 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
       {{L"--silent"}, false, Install::none, 0, exit_code::done, L"plain", no_box, L""},
       {{L"--plugin-gone"}, true, Install::none, 0, exit_code::done, L"plain", sentence::plugin_missing, L""},
       {{L"--start-fails"}, true, Install::none, 0, exit_code::action_failed, L"dark", sentence::start_failed, L"0"},
-      {{}, true, Install::here, 0, exit_code::host_running, L"", sentence::running, L""},
       {{L"--original"}, false, Install::unreadable, 0, exit_code::host_running, L"", sentence::running_for_normal, L""},
       {{L"--original"}, false, Install::none, 0, exit_code::done, L"plain", no_box, L""},
       {{L"--browser-dark", L"dim"}, true, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
@@ -164,10 +155,9 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
     if (c.options == Entries{L"--start-fails"}) fake.process_start_result = {false, 193};
     Entries arguments = c.options;  // the first --paltalk counts
     arguments.insert(arguments.end(), {L"--paltalk", in.exe});
-    EXPECT_EQ(run_launcher(arguments), c.code) << c.code;
-    EXPECT_EQ(in.started(), c.start) << c.code;
-    EXPECT_EQ(fake.message_boxes, c.message ? Entries{c.message} : Entries{}) << c.code;
-    EXPECT_EQ(read_ini_value(settings_path(), L"Paltalk", L"Experimental"), c.stored_experimental) << c.code;
+    EXPECT_EQ((std::tuple{run_launcher(arguments), in.started(), fake.message_boxes,  // braces: in this order
+                          read_ini_value(settings_path(), L"Paltalk", L"Experimental")}),
+              std::tuple(c.code, c.start, c.message ? Entries{c.message} : Entries{}, c.stored_experimental)) << &c - cases;
   }
 }
 
@@ -176,11 +166,8 @@ TEST(Launch, ApprovalHoldsForTheExactBuildInAnySpellingOfItsPath) {
   fake.message_box_answers = {platform::id_yes};
   run_launcher({L"--paltalk", in.exe});
   fake.process_starts.clear();
-  std::wstring spelling = in.exe;
-  std::replace(spelling.begin(), spelling.end(), L'\\', L'/');
-  EXPECT_EQ(run_launcher({L"--paltalk", spelling}), exit_code::done);
-  EXPECT_EQ(in.started(), L"dark");
-  EXPECT_EQ(fake.message_boxes.size(), 1u);
+  EXPECT_EQ(run_launcher({L"--paltalk", in.dir.path + L"/P/./Paltalk.exe"}), exit_code::done);
+  EXPECT_EQ(std::pair(in.started(), fake.message_boxes.size()), std::pair(std::wstring(L"dark"), std::size_t{1}));
 }
 
 TEST(Discovery, EntriesAndCommandsOfInstallers) {
@@ -203,25 +190,20 @@ TEST(Inspection, DoubtCountsAsYesOnlyInThisSession) {
   struct Case { std::vector<FakeProcess> table; bool session_list_fails, running, busy; };
   const FakeProcess idle{{40, 4, L"Paltalk.exe.bak"}, host};
   const Case cases[] = {
-      {{idle}, false, false, false},
-      {{idle, process(50, L"q:/P/./X/../PALTALK.EXE")}, false, true, true},
+      {{idle}, false, false, false}, {{idle, process(50, L"q:/P/./X/../PALTALK.EXE")}, false, true, true},
       {{idle, process(50, other)}, false, false, true},
       {{idle, process(50, other, 1, L::listed, L"Q:\\E\\plugins\\styles\\Nightveil.dll")}, false, false, false},
-      {{idle, process(50, host, 2)}, false, false, false},
-      {{idle, process(50, host, 2)}, true, true, true},
-      {{idle, process(50, host, std::nullopt)}, false, true, true},
-      {{idle, process(50, std::nullopt)}, false, true, true},
+      {{idle, process(50, host, 2)}, false, false, false}, {{idle, process(50, host, 2)}, true, true, true},
+      {{idle, process(50, host, std::nullopt)}, false, true, true}, {{idle, process(50, std::nullopt)}, false, true, true},
       {{idle, process(50, std::nullopt, 2)}, false, false, false},
       {{idle, process(50, other, 1, L::no_snapshot)}, false, false, true},
       {{idle, process(50, other, 1, L::no_first_module)}, false, false, false},
-      {{}, false, false, false},  // no snapshot at all
-  };
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
+      {{}, false, false, false}};  // no snapshot at all
+  for (const Case& c : cases) {
     fake = {};
-    fake.processes = cases[i].table;
-    fake.session_list_fails = cases[i].session_list_fails;
-    EXPECT_EQ(host_is_running(host), cases[i].running) << i;
-    EXPECT_EQ(install_is_busy(L"q:\\t\\"), cases[i].busy) << i;
+    fake.processes = c.table;
+    fake.session_list_fails = c.session_list_fails;
+    EXPECT_EQ(std::pair(host_is_running(host), install_is_busy(L"q:\\t\\")), std::pair(c.running, c.busy)) << &c - cases;
   }
 }
 
