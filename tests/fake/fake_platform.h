@@ -1,8 +1,6 @@
 #pragma once
-// Scriptable stand-ins for what cannot be had on this machine: a user's answer
-// to a message box, a process in another session, a file signed twice by other
-// signers, any version resource, and a host start that is only recorded.
-// `fake = {};` returns everything to a fresh state; do it at the start of a test.
+// Scriptable stand-ins for what cannot be had on this machine: a user's answers, processes in other sessions,
+// signatures, version resources, and host starts that are only recorded. `fake = {};` starts afresh.
 #include <deque>
 #include <functional>
 #include <map>
@@ -29,10 +27,9 @@ struct FakeProcess {
 struct Fake {
   std::deque<int> message_box_answers;   // in order; with none left a box answers IDOK
   std::vector<std::wstring> message_boxes;  // the texts shown
-  // Timer dialogs: each shown one's main instruction, and what its callback did
-  // ("progress 40", "click 2", "content ..."). A dialog gets the scripted clicks,
-  // in order, one after each tick, and ticks (1 ms apart) until a click closes it;
-  // after 5,000 ticks it ends as Cancel would.
+  // Timer dialogs shown (main instruction) and what their callback did ("progress 40", "click 2", "content ...").
+  // A dialog ticks 1 ms apart, gets one scripted click after each tick until one closes it, and after 5,000
+  // ticks ends as Cancel would.
   std::vector<std::wstring> timer_dialogs;
   std::deque<int> timer_dialog_clicks;
   std::vector<std::wstring> dialog_actions;
