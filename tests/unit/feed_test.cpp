@@ -78,9 +78,8 @@ TEST(DownloadDialog, OwnCancelClosesAFinishedDownloadUsersCancelWaitsForTheWorke
     if (done) worker.set_value(true);
     std::future<bool> future = worker.get_future();
     DownloadDialogState state{&progress, &future, closing};
-    EXPECT_EQ(download_dialog_callback(state, {}, event, button), result);
-    EXPECT_EQ(std::tuple(progress.cancel.load(), state.closing, fake.dialog_actions),
-              std::tuple(cancel_after, closing_after, actions));
+    EXPECT_EQ((std::tuple{download_dialog_callback(state, {}, event, button), progress.cancel.load(), state.closing,
+                          fake.dialog_actions}), std::tuple(result, cancel_after, closing_after, actions));
   }
 }
 
