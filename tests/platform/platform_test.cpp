@@ -39,9 +39,7 @@ TEST(Paths, OnTheRealFileSystem) {
   EXPECT_FALSE(create_directories(dir / L"a\\b\\c") || create_directories(dir / L"a\\b\\c"));  // again: no error
   EXPECT_TRUE(path_exists(dir / L"a\\b\\c"));
   EXPECT_TRUE(create_directories(dir / L"Sub\\File.txt\\sub"));
-}
-
-TEST(Paths, WhatDoesNotExistKeepsItsFormAndTheLongPrefixGoesOnlyBeforeADrive) {
+  // What does not exist keeps its form; the long prefix goes only before a drive.
   for (const auto& [path, normal] : Cases{{L"Q:/no\\\\.\\such\\..\\drive\\x", L"Q:\\no\\drive\\x"},
                                           {L"\\nv-missing\\x", L"\\nv-missing\\x"},
                                           {L"C:nv-missing\\x", L"C:nv-missing\\x"}})

@@ -122,7 +122,7 @@ TEST(Launch, VerdictOfEachBuild) {
   EXPECT_EQ(analyze_host(recognized.files[1]).message, sentence::select_host);
 }
 
-TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
+TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessageAndApprovalsHold) {
   struct Case {  // the answer to the one message box; the only box shown, or none
     Entries options; bool recognized; Install::Host host; int answer;
     std::int32_t code; const wchar_t *start, *message, *stored_experimental;
@@ -159,9 +159,7 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
                           read_ini_value(settings_path(), L"Paltalk", L"Experimental")}),
               std::tuple(c.code, c.start, c.message ? Entries{c.message} : Entries{}, c.stored_experimental)) << &c - cases;
   }
-}
-
-TEST(Launch, ApprovalHoldsForTheExactBuildInAnySpellingOfItsPath) {
+  // An approval holds for the exact build in any spelling of its path.
   Install in;
   fake.message_box_answers = {platform::id_yes};
   run_launcher({L"--paltalk", in.exe});
