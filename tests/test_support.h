@@ -1,7 +1,6 @@
 #pragma once
-// Helpers of the unit and platform tests: a scratch directory named the way
-// the program names paths (Z:\... natively, as under Wine), whole-file writes,
-// and the text of a raised failure.
+// Helpers of the unit and platform tests: a scratch directory named the way the program names paths (Z:\...
+// natively, as under Wine), whole-file writes, and the text of a raised failure.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>

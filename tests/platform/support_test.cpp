@@ -1,6 +1,5 @@
-// The support report's value rules through the real backend: only known words
-// of last-status.ini reach it, the error only beside "create-process", and
-// only as a plain 32-bit number.
+// The support report's value rules through the real backend: only known words of last-status.ini reach it,
+// the error only beside "create-process", and only as a plain 32-bit number.
 #include <gtest/gtest.h>
 
 #include "foundation/process_values.h"

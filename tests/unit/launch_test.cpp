@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "fake_platform.h"
+#include "foundation/encoding.h"
 #include "foundation/exit_code.h"
 #include "foundation/paths.h"
 #include "foundation/process_values.h"
@@ -66,9 +67,8 @@ TEST(BrowserArguments, MergedAndQuoted) {
   for (const auto& [existing, merged] : merges) EXPECT_EQ(merge_browser_arguments(existing), merged);
 }
 
-// install_root is <dir>\T with its plugin; the host is <dir>\P with three Qt
-// libraries, all x64 images at Qt 6.11.1.0. A row of the tables below says
-// what differs from that.
+// install_root is <dir>\T with its plugin; the host is <dir>\P with three Qt libraries, all x64 images at
+// Qt 6.11.1.0. A row of the tables below says what differs from that.
 struct Install {
   enum Host { none, here, unreadable };  // a Paltalk.exe in the process list
   test::TempDir dir;
@@ -85,10 +85,7 @@ struct Install {
     }
     fake.processes = {{{4, 0, L"System"}, std::nullopt}};
     if (host != none) fake.processes.push_back({{9, 4, L"PALTALK.EXE"}, host == here ? std::optional(exe) : std::nullopt});
-    if (!recognized) return;
-    std::string hashes;
-    for (wchar_t c : analyze_host(exe).hashes) hashes += static_cast<char>(c);
-    test::write_bytes(compatibility_path(), "[Tested]\r\nHashes=" + hashes + "\r\n");
+    if (recognized) test::write_bytes(compatibility_path(), "[Tested]\r\nHashes=" + to_utf8(analyze_host(exe).hashes) + "\r\n");
   }
   ~Install() { reset_process_values(); }
   void version(const std::wstring& file, std::uint32_t major, std::uint32_t minor, std::uint32_t build, bool debug = false) {
