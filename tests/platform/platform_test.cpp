@@ -41,13 +41,10 @@ TEST(Paths, OnTheRealFileSystem) {
   EXPECT_TRUE(create_directories(dir / L"Sub\\File.txt\\sub"));
   // What does not exist keeps its form; the long prefix goes only before a drive.
   for (const auto& [path, normal] : Cases{{L"Q:/no\\\\.\\such\\..\\drive\\x", L"Q:\\no\\drive\\x"},
-                                          {L"\\nv-missing\\x", L"\\nv-missing\\x"},
-                                          {L"C:nv-missing\\x", L"C:nv-missing\\x"}})
+                                          {L"\\nv-missing\\x", L"\\nv-missing\\x"}, {L"C:nv-missing\\x", L"C:nv-missing\\x"}})
     EXPECT_EQ(normal_path(path), normal) << path;
-  for (const auto& [final_path, dos] : Cases{{L"\\\\?\\C:\\x", L"C:\\x"},
-                                             {L"\\\\?\\UNC\\srv\\share", L"\\\\srv\\share"},
-                                             {L"\\\\?\\1:\\x", L"\\\\?\\1:\\x"},
-                                             {L"\\\\?\\Volume{0}\\x", L"\\\\?\\Volume{0}\\x"}})
+  for (const auto& [final_path, dos] : Cases{{L"\\\\?\\C:\\x", L"C:\\x"}, {L"\\\\?\\UNC\\srv\\share", L"\\\\srv\\share"},
+                                             {L"\\\\?\\1:\\x", L"\\\\?\\1:\\x"}, {L"\\\\?\\Volume{0}\\x", L"\\\\?\\Volume{0}\\x"}})
     EXPECT_EQ(dos_path_of(final_path), dos) << final_path;
 }
 
@@ -64,7 +61,6 @@ TEST(SaveConfiguration, SevenKeysRewrittenOnlyWhenOneDiffers) {
   test::TempDir dir;
   const std::wstring path = dir / L"settings.ini";
   const auto stamp = [&] { return std::filesystem::last_write_time(test::to_fs(path)); };
-  const auto age = [&] { std::filesystem::last_write_time(test::to_fs(path), stamp() - std::chrono::hours(900)); };
   HostAnalysis analysis{L"C:\\P\\Paltalk.exe", L"a|b|c|d", L"Stat\x00e9", L"1.2.3.4", L"6.11.1.0", true, true, true};
   test::write_bytes(path + L".tmp", "[Junk]\r\nLeft=over\r\n");
   save_configuration(path, analysis, true, L"");
@@ -77,8 +73,8 @@ TEST(SaveConfiguration, SevenKeysRewrittenOnlyWhenOneDiffers) {
   EXPECT_FALSE(std::filesystem::exists(test::to_fs(path + L".tmp")));
   write_browser_dark(path, false);
   ASSERT_TRUE(platform::write_profile_string(path, L"Notes", L"Mine", L"x"));
-  age();
-  const auto old = stamp();
+  const auto old = stamp() - std::chrono::hours(900);
+  std::filesystem::last_write_time(test::to_fs(path), old);
   save_configuration(path, analysis, true, L"");
   EXPECT_EQ(stamp(), old);  // nothing differs: the file and its other sections stay
   analysis.message = L"Other";

@@ -125,26 +125,25 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessageAndApprovalsHold) {
     std::int32_t code; const wchar_t *start, *message, *stored_experimental;
   };
   const wchar_t* const no_box = nullptr;
+  using namespace exit_code;
+  using enum Install::Host;
   // Two rows name a fault the way an option would; the launcher ignores options it does not know.
   const Case cases[] = {
-      {{}, true, Install::none, 0, exit_code::done, L"dark", no_box, L"0"},
-      {{}, false, Install::none, platform::id_yes, exit_code::done, L"dark", sentence::launch_prompt, L"1"},
-      {{}, false, Install::none, platform::id_no, exit_code::done, L"plain", sentence::launch_prompt, L""},
-      {{}, false, Install::none, platform::id_cancel, exit_code::bad_use, L"", sentence::launch_prompt, L""},
-      {{L"--silent"}, false, Install::none, 0, exit_code::done, L"plain", no_box, L""},
-      {{L"--plugin-gone"}, true, Install::none, 0, exit_code::done, L"plain", sentence::plugin_missing, L""},
-      {{L"--start-fails"}, true, Install::none, 0, exit_code::action_failed, L"dark", sentence::start_failed, L"0"},
-      {{L"--original"}, false, Install::unreadable, 0, exit_code::host_running, L"", sentence::running_for_normal, L""},
-      {{L"--original"}, false, Install::none, 0, exit_code::done, L"plain", no_box, L""},
-      {{L"--browser-dark", L"dim"}, true, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
-      {{L"--diagnostic-layout", L"d.txt", L"--running"}, false, Install::here, 0, exit_code::bad_use, L"", no_box, L""},
-      {{L"--remove-shortcuts", L"--running"}, false, Install::here, 0, exit_code::done, L"", no_box, L""},
-      {{L"--running"}, false, Install::unreadable, 0, exit_code::host_running, L"", no_box, L""},
-      {{L"--support-report", L"r.json"}, false, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
-      {{L"--set-browser-dark", L"1"}, false, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
-      {{L"--probe"}, false, Install::none, 0, exit_code::approval_needed, L"", no_box, L""},
-      {{L"--paltalk", L"Z:\\absent\\Paltalk.exe"}, true, Install::none, 0, exit_code::not_acceptable, L"",
-       sentence::host_not_found, L""}};
+      {{}, true, none, 0, done, L"dark", no_box, L"0"}, {{L"--silent"}, false, none, 0, done, L"plain", no_box, L""},
+      {{}, false, none, platform::id_yes, done, L"dark", sentence::launch_prompt, L"1"},
+      {{}, false, none, platform::id_no, done, L"plain", sentence::launch_prompt, L""},
+      {{}, false, none, platform::id_cancel, bad_use, L"", sentence::launch_prompt, L""},
+      {{L"--plugin-gone"}, true, none, 0, done, L"plain", sentence::plugin_missing, L""},
+      {{L"--start-fails"}, true, none, 0, action_failed, L"dark", sentence::start_failed, L"0"},
+      {{L"--original"}, false, unreadable, 0, host_running, L"", sentence::running_for_normal, L""},
+      {{L"--original"}, false, none, 0, done, L"plain", no_box, L""}, {{L"--probe"}, false, none, 0, approval_needed, L"", no_box, L""},
+      {{L"--browser-dark", L"dim"}, true, none, 0, bad_use, L"", no_box, L""},
+      {{L"--running"}, false, unreadable, 0, host_running, L"", no_box, L""},
+      {{L"--diagnostic-layout", L"d.txt", L"--running"}, false, here, 0, bad_use, L"", no_box, L""},
+      {{L"--remove-shortcuts", L"--running"}, false, here, 0, done, L"", no_box, L""},
+      {{L"--support-report", L"r.json"}, false, none, 0, bad_use, L"", no_box, L""},
+      {{L"--set-browser-dark", L"1"}, false, none, 0, bad_use, L"", no_box, L""},
+      {{L"--paltalk", L"Z:\\absent\\Paltalk.exe"}, true, none, 0, not_acceptable, L"", sentence::host_not_found, L""}};
   for (const auto& c : cases) {
     Install in(c.recognized, c.host);
     if (c.answer) fake.message_box_answers = {c.answer};
@@ -161,7 +160,7 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessageAndApprovalsHold) {
   fake.message_box_answers = {platform::id_yes};
   run_launcher({L"--paltalk", in.exe});
   fake.process_starts.clear();
-  EXPECT_EQ(run_launcher({L"--paltalk", in.dir.path + L"/P/./Paltalk.exe"}), exit_code::done);
+  EXPECT_EQ(run_launcher({L"--paltalk", in.dir.path + L"/P/./Paltalk.exe"}), done);
   EXPECT_EQ(std::pair(in.started(), fake.message_boxes.size()), std::pair(std::wstring(L"dark"), std::size_t{1}));
 }
 
