@@ -181,24 +181,24 @@ TEST(Inspection, DoubtCountsAsYesOnlyInThisSession) {
                            L listing = L::listed, const std::wstring& plugin = L"Q:\\T\\plugins\\styles\\Nightveil.dll") {
     return FakeProcess{{id, 4, L"PALTALK.exe"}, image, session, {listing, {{L"Paltalk.exe", host}, {L"nightveil.DLL", plugin}}}};
   };
-  struct Case { std::vector<FakeProcess> table; bool session_list_fails, running, busy; };
-  const FakeProcess idle{{40, 4, L"Paltalk.exe.bak"}, host};
+  // Beside an idle process of another name: one process, or none; whether the session list fails; the verdicts.
+  struct Case { std::optional<FakeProcess> process; bool session_list_fails, running, busy; };
   const Case cases[] = {
-      {{idle}, false, false, false}, {{idle, process(50, L"q:/P/./X/../PALTALK.EXE")}, false, true, true},
-      {{idle, process(50, other)}, false, false, true},
-      {{idle, process(50, other, 1, L::listed, L"Q:\\E\\plugins\\styles\\Nightveil.dll")}, false, false, false},
-      {{idle, process(50, host, 2)}, false, false, false}, {{idle, process(50, host, 2)}, true, true, true},
-      {{idle, process(50, host, std::nullopt)}, false, true, true}, {{idle, process(50, std::nullopt)}, false, true, true},
-      {{idle, process(50, std::nullopt, 2)}, false, false, false},
-      {{idle, process(50, other, 1, L::no_snapshot)}, false, false, true},
-      {{idle, process(50, other, 1, L::no_first_module)}, false, false, false},
-      {{}, false, false, false}};  // no snapshot at all
+      {{}, false, false, false}, {process(50, L"q:/P/./X/../PALTALK.EXE"), false, true, true},
+      {process(50, other), false, false, true}, {process(50, host, 2), false, false, false},
+      {process(50, other, 1, L::listed, L"Q:\\E\\plugins\\styles\\Nightveil.dll"), false, false, false},
+      {process(50, host, 2), true, true, true}, {process(50, host, std::nullopt), false, true, true},
+      {process(50, std::nullopt), false, true, true}, {process(50, std::nullopt, 2), false, false, false},
+      {process(50, other, 1, L::no_snapshot), false, false, true}, {process(50, other, 1, L::no_first_module), false, false, false}};
   for (const Case& c : cases) {
     fake = {};
-    fake.processes = c.table;
+    fake.processes = {{{40, 4, L"Paltalk.exe.bak"}, host}};
+    if (c.process) fake.processes.push_back(*c.process);
     fake.session_list_fails = c.session_list_fails;
     EXPECT_EQ(std::pair(host_is_running(host), install_is_busy(L"q:\\t\\")), std::pair(c.running, c.busy)) << &c - cases;
   }
+  fake = {};  // no snapshot at all
+  EXPECT_FALSE(host_is_running(host) || install_is_busy(L"q:\\t\\"));
 }
 
 }  // namespace

@@ -131,18 +131,15 @@ TEST(ReleaseManifest, EachRuleInItsOrderWithItsWord) {
   const std::pair<const char*, std::vector<std::string>> cases[] = {
       {"no failure", {good, text({{"2.1.0", v80}}), text({{"2.1.0", ""}}),
                       text({{"1024", "200000000"}, {"17", "2147483647"}})}},
-      {failure::update_manifest_size, {"", std::string(manifest_size_limit + 1, 'A')}},
-      {failure::update_manifest, {std::string(manifest_size_limit, 'A'), good + ".x"}},
-      {failure::base64, {good + "\n", "YQ..YQ"}},
-      {failure::json_object, {b64("[]") + tail}},
+      {failure::update_manifest_size, {"", std::string(manifest_size_limit + 1, 'A')}}, {failure::json_object, {b64("[]") + tail}},
+      {failure::update_manifest, {std::string(manifest_size_limit, 'A'), good + ".x"}}, {failure::base64, {good + "\n", "YQ..YQ"}},
       {failure::update_header,  // before any cryptography: a changed header's signature fails later
        {text({}, R"({"alg":"ES256","typ":"TXUPDATE","kid":"stable-1","x":""})"),
         b64(R"({"alg":"ES256","typ":"TXUPDATE","kid":"stable-2"})") + tail,
         b64(R"({"alg":"ES256","typ":"JWT","kid":"stable-1"})") + tail,
         b64(R"({"alg":"HS256","typ":"TXUPDATE","kid":"stable-1"})") + tail, good + "A"}},
       {failure::missing_key, {text({}, R"({"alg":"ES256","typ":"TXUPDATE","x":"stable-1"})"), text({{"sha256", "x"}})}},
-      {failure::update_signature,  // before the payload is read
-       {b64(header) + "." + b64("not json") + good.substr(good.rfind('.'))}},
+      {failure::update_signature, {b64(header) + "." + b64("not json") + good.substr(good.rfind('.'))}},  // payload unread
       {failure::update_claims, {text({{"{", R"({"x":1,)"}}), text({{":1,", ":2,"}}), text({{"tenebrix", "Tenebrix"}}),
                                 text({{R"("stable")", R"("beta")"}})}},
       {failure::update_bounds, {text({{"1024", "1023"}}), text({{"1024", "200000001"}}), text({{"17", "0"}}),
@@ -152,9 +149,7 @@ TEST(ReleaseManifest, EachRuleInItsOrderWithItsWord) {
                               text({{"Setup.exe", "Setup.exe?x"}}), text({{":17,", R"(:"017",)"}, {"/17/", "/017/"}})}},
   };
   for (const auto& [word, texts] : cases)
-    for (const auto& one : texts)
-      EXPECT_EQ(failure_of([&] { parse_release_manifest(one); }), word) << one.substr(0, 200);
-
+    for (const auto& one : texts) EXPECT_EQ(failure_of([&] { parse_release_manifest(one); }), word) << one.substr(0, 200);
   const ReleaseManifest manifest = parse_release_manifest(good);
   EXPECT_EQ(std::tie(manifest.revision, manifest.release_utc, manifest.size, manifest.sha256),
             std::make_tuple(17, 1800000000, 1024u, hash));
