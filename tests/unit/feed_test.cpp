@@ -47,13 +47,8 @@ TEST(CopyResponseToFile, ChecksInTheirOrder) {
       std::fill_n(buffer, count = static_cast<std::uint32_t>(std::max(n, 0)), 'x');
       return n >= 0;
     };
-    const auto write = [&](const char* bytes, std::uint32_t n) {
-      return !(c.bad_write && !file.empty()) && file.append(bytes, n).size();
-    };
-    const auto flush = [&] {
-      if (static_cast<int>(reads + 1) == c.cancel_at) progress.cancel = true;
-      return c.flush;
-    };
+    const auto write = [&](const char* bytes, std::uint32_t n) { return !(c.bad_write && !file.empty()) && file.append(bytes, n).size(); };
+    const auto flush = [&] { if (static_cast<int>(reads + 1) == c.cancel_at) progress.cancel = true; return c.flush; };
     const std::string word = test::failure_of([&] { copy_response_to_file(c.size, progress, read, {write, flush}); });
     EXPECT_EQ(std::tuple(word, file.size(), reads, progress.percent.load()),
               std::tuple(c.word, c.written, c.reads_made, c.percent)) << &c - cases;

@@ -16,6 +16,7 @@
 #include "launcher/browser_arguments.h"
 #include "launcher/chain.h"
 #include "launcher/environment.h"
+#include "platform/ini.h"
 #include "support/inspection.h"
 #include "test_support.h"
 
@@ -80,7 +81,7 @@ struct Install {
     install_root = dir / L"T";
     test::write_bytes(plugin_path(), "plugin");
     for (const auto& f : files) {
-      test::write_bytes(f, std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) + test::to_fs(f).string());
+      test::write_bytes(f, image(test::to_fs(f).string()));
       version(f, 6, 11, 1);
     }
     fake.processes = {{{4, 0, L"System"}, std::nullopt}};
@@ -88,6 +89,9 @@ struct Install {
     if (recognized) test::write_bytes(compatibility_path(), "[Tested]\r\nHashes=" + to_utf8(analyze_host(exe).hashes) + "\r\n");
   }
   ~Install() { reset_process_values(); }
+  static std::string image(const std::string& text) {  // an x64 PE image
+    return std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) + text;
+  }
   void version(const std::wstring& file, std::uint32_t major, std::uint32_t minor, std::uint32_t build, bool debug = false) {
     fake.versions[folded_path(file)] = {true, 52, major << 16 | minor, build << 16, debug};
   }
@@ -155,13 +159,22 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessageAndApprovalsHold) {
                           read_ini_value(settings_path(), L"Paltalk", L"Experimental")}),
               std::tuple(c.code, c.start, c.message ? Entries{c.message} : Entries{}, c.stored_experimental)) << &c - cases;
   }
-  // An approval holds for the exact build in any spelling of its path.
+  // An approval holds for the exact build in any spelling of its path; not for another build or place, nor as a no.
   Install in;
   fake.message_box_answers = {platform::id_yes};
   run_launcher({L"--paltalk", in.exe});
   fake.process_starts.clear();
   EXPECT_EQ(run_launcher({L"--paltalk", in.dir.path + L"/P/./Paltalk.exe"}), done);
   EXPECT_EQ(std::pair(in.started(), fake.message_boxes.size()), std::pair(std::wstring(L"dark"), std::size_t{1}));
+  test::write_bytes(in.exe, Install::image(test::to_fs(in.exe).string() + " rebuilt"));
+  fake.message_box_answers = {platform::id_cancel, platform::id_cancel, platform::id_cancel};
+  EXPECT_EQ(run_launcher({L"--paltalk", in.exe}), bad_use);
+  platform::write_profile_string(settings_path(), L"Paltalk", L"Hashes", analyze_host(in.exe).hashes);
+  platform::write_profile_string(settings_path(), L"Paltalk", L"Experimental", L"0");
+  EXPECT_EQ((std::pair{run_launcher({L"--paltalk", in.exe}), fake.message_boxes.size()}), std::pair(bad_use, std::size_t{3}));
+  platform::write_profile_string(settings_path(), L"Paltalk", L"Experimental", L"1");
+  platform::write_profile_string(settings_path(), L"Paltalk", L"Exe", L"Q:\\other\\Paltalk.exe");
+  EXPECT_EQ((std::pair{run_launcher({L"--paltalk", in.exe}), fake.message_boxes.size()}), std::pair(bad_use, std::size_t{4}));
 }
 
 TEST(Discovery, EntriesAndCommandsOfInstallers) {
