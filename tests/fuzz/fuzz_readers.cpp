@@ -14,12 +14,10 @@
 namespace {
 
 template <typename Read>
-void expect_word(const std::set<std::string>& words, Read&& read) {
-  try {
-    read();
-  } catch (const std::runtime_error& e) {
-    if (!words.count(e.what())) std::abort();
-  }
+void expect_word(const std::set<std::string>& words, Read&& read) try {
+  read();
+} catch (const std::runtime_error& e) {
+  if (!words.count(e.what())) std::abort();
 }
 
 }  // namespace
