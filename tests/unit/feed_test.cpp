@@ -27,16 +27,16 @@ TEST(CopyResponseToFile, ChecksInTheirOrder) {
   struct Case {
     std::uint64_t size; std::vector<int> reads; int cancel_at; bool bad_write, flush;  // the script
     std::string word; std::size_t written, reads_made, percent;                        // the outcome
-  } const cases[] = {{10, {4, 6, 0}, -1, false, true, "no failure", 10, 3, 100},
-                     {0, {0}, -1, false, true, "no failure", 0, 1, 0},
-                     {10, {4, 7, 0}, -1, false, true, failure::download_size, 4, 2, 40},
-                     {10, {4, 5, 0}, -1, false, true, failure::download_incomplete, 9, 3, 90},
-                     {10, {4, -1}, -1, false, true, failure::download_network, 4, 2, 40},
-                     {10, {4, 6, 0}, 0, false, true, failure::download_cancelled, 0, 0, 0},
-                     {10, {4, 6, 0}, 2, false, true, failure::download_cancelled, 4, 2, 40},
-                     {10, {4, 6, 0}, 4, false, true, failure::download_cancelled, 10, 3, 100},
-                     {10, {4, 6, 0}, -1, true, true, failure::download_file, 4, 2, 40},
-                     {10, {4, 6, 0}, -1, false, false, failure::download_incomplete, 10, 3, 100}};
+  } const cases[] = {
+      {10, {4, 6, 0}, -1, false, true, "no failure", 10, 3, 100}, {0, {0}, -1, false, true, "no failure", 0, 1, 0},
+      {10, {4, 7, 0}, -1, false, true, failure::download_size, 4, 2, 40},
+      {10, {4, 5, 0}, -1, false, true, failure::download_incomplete, 9, 3, 90},
+      {10, {4, -1}, -1, false, true, failure::download_network, 4, 2, 40},
+      {10, {4, 6, 0}, 0, false, true, failure::download_cancelled, 0, 0, 0},
+      {10, {4, 6, 0}, 2, false, true, failure::download_cancelled, 4, 2, 40},
+      {10, {4, 6, 0}, 4, false, true, failure::download_cancelled, 10, 3, 100},
+      {10, {4, 6, 0}, -1, true, true, failure::download_file, 4, 2, 40},
+      {10, {4, 6, 0}, -1, false, false, failure::download_incomplete, 10, 3, 100}};
   for (const Case& c : cases) {
     DownloadProgress progress{0, c.cancel_at == 0};
     std::size_t reads = 0;

@@ -48,8 +48,7 @@ TEST(LaunchEnvironment, ModesAndTheUsersValuesThroughAChain) {
                            L"QT_STYLE_OVERRIDE=Nightveil", L"TENEBRIX_WEBVIEW_ARGS_ACTIVE=present",
                            L"TENEBRIX_WEBVIEW_ARGS_ORIGINAL=--mute-audio", L"TENEBRIX_WEBVIEW_BACKGROUND_ACTIVE=present",
                            L"TENEBRIX_WEBVIEW_BACKGROUND_ORIGINAL=00000000",
-                           L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=\"--mute-audio\" "
-                           L"\"--enable-features=WebContentsForceDark\"",
+                           L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=\"--mute-audio\" \"--enable-features=WebContentsForceDark\"",
                            L"WEBVIEW2_DEFAULT_BACKGROUND_COLOR=FF202328"}));
   EXPECT_EQ(env(dark, true), dark);  // a chained launch saves the user's values, not its own
   EXPECT_EQ(env(dark, true, false), user);
