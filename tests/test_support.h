@@ -1,7 +1,7 @@
 #pragma once
-// Helpers of the unit and platform tests: a scratch directory named the way
-// the program names paths (Z:\... natively, as under Wine), whole-file writes,
-// and the text of a raised failure.
+// Helpers of the unit and platform tests: a scratch directory named the way the program names paths (Z:\...
+// natively, as under Wine), whole-file writes, and the text of a raised failure.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -9,29 +9,26 @@
 
 namespace nv::test {
 
-inline std::filesystem::path to_fs(const std::wstring& path) {
-#ifdef _WIN32
-  return std::filesystem::path(path);
-#else
-  std::string narrow;
-  for (wchar_t c : path.substr(path.rfind(L"Z:", 0) == 0 ? 2 : 0)) narrow += c == L'\\' ? '/' : static_cast<char>(c);
-  return std::filesystem::path(narrow);
+inline std::filesystem::path to_fs(std::wstring path) {
+#ifndef _WIN32
+  if (path.rfind(L"Z:", 0) == 0) path.erase(0, 2);
+  std::replace(path.begin(), path.end(), L'\\', L'/');
 #endif
+  return path;
 }
 
 // A fresh directory, removed with everything in it when the test ends.
 struct TempDir {
   std::filesystem::path native = std::filesystem::temp_directory_path() / ("nv-" + std::to_string(std::random_device()()));
-  std::wstring path;
-  TempDir() {
+  std::wstring path = [this] {
     std::filesystem::create_directories(native);
-#ifdef _WIN32
-    path = native.wstring();
-#else
-    path = L"Z:";
-    for (char c : native.string()) path += c == '/' ? L'\\' : static_cast<wchar_t>(c);
+    std::wstring name = native.wstring();
+#ifndef _WIN32
+    std::replace(name.begin(), name.end(), L'/', L'\\');
+    name.insert(0, L"Z:");
 #endif
-  }
+    return name;
+  }();
   ~TempDir() { std::error_code ignored; std::filesystem::remove_all(native, ignored); }
   std::wstring operator/(const std::wstring& name) const { return path + L"\\" + name; }
 };

@@ -13,16 +13,19 @@ const FakeProcess* fake_process(std::uint32_t id) {
   auto it = std::find_if(fake.processes.begin(), fake.processes.end(), [&](const FakeProcess& p) { return p.record.id == id; });
   return it == fake.processes.end() ? nullptr : &*it;
 }
+std::optional<int> pop(std::deque<int>& queue) {
+  if (queue.empty()) return std::nullopt;
+  const int front = queue.front();
+  queue.pop_front();
+  return front;
+}
 std::optional<int> pending_click;  // a button pressed by the callback itself
 
 }  // namespace
 
 int message_box(const std::wstring& text, const std::wstring&, unsigned) {
   fake.message_boxes.push_back(text);
-  if (fake.message_box_answers.empty()) return id_ok;
-  const int answer = fake.message_box_answers.front();
-  fake.message_box_answers.pop_front();
-  return answer;
+  return pop(fake.message_box_answers).value_or(id_ok);
 }
 int command_link_dialog(const CommandLinkDialog&) { return dialog_failed; }
 std::wstring open_file_dialog(const FileOpenDialog&) { return {}; }
@@ -33,9 +36,7 @@ void DialogWindow::click_button(int id) const {
   fake.dialog_actions.push_back(L"click " + std::to_wstring(id));
   pending_click = id;
 }
-void DialogWindow::set_progress(unsigned percent) const {
-  fake.dialog_actions.push_back(L"progress " + std::to_wstring(percent));
-}
+void DialogWindow::set_progress(unsigned percent) const { fake.dialog_actions.push_back(L"progress " + std::to_wstring(percent)); }
 void DialogWindow::set_content(const std::wstring& text) const { fake.dialog_actions.push_back(L"content " + text); }
 
 int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
@@ -44,16 +45,11 @@ int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
   pending_click.reset();
   // A click closes the dialog unless the callback keeps it open.
   const auto click = [&](int id) { return callback(window, DialogEvent::button_clicked, id) == 0; };
-  for (int tick = 0; tick < 5000; ++tick) {
+  for (int tick = 0; tick < 5000; ++tick, std::this_thread::sleep_for(std::chrono::milliseconds(1))) {
     if (fake.timer_tick) fake.timer_tick();
     callback(window, DialogEvent::timer, 0);
     if (const auto id = std::exchange(pending_click, std::nullopt); id && click(*id)) return *id;
-    if (!fake.timer_dialog_clicks.empty()) {
-      const int id = fake.timer_dialog_clicks.front();
-      fake.timer_dialog_clicks.pop_front();
-      if (click(id)) return id;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (const auto id = pop(fake.timer_dialog_clicks); id && click(*id)) return *id;
   }
   return id_cancel;
 }
@@ -98,9 +94,8 @@ bool ask_to_close(const std::wstring&, const std::function<std::vector<RestartPr
 }
 ModuleList list_modules(std::uint32_t id) {
   const FakeProcess* p = fake_process(id);
-  if (!p) return {};
   // Only a listing that worked carries modules.
-  return p->modules.status == ModuleListing::listed ? p->modules : ModuleList{p->modules.status, {}};
+  return !p ? ModuleList{} : p->modules.status == ModuleListing::listed ? p->modules : ModuleList{p->modules.status, {}};
 }
 
 SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint32_t> index) {

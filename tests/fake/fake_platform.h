@@ -1,8 +1,6 @@
 #pragma once
-// Scriptable stand-ins for what cannot be had on this machine: a user's answer
-// to a message box, a process in another session, a file signed twice by other
-// signers, any version resource, and a host start that is only recorded.
-// `fake = {};` returns everything to a fresh state; do it at the start of a test.
+// Scriptable stand-ins for what cannot be had on this machine: a user's answers, processes in other sessions,
+// signatures, version resources, and host starts that are only recorded. `fake = {};` starts afresh.
 #include <deque>
 #include <functional>
 #include <map>
@@ -29,22 +27,18 @@ struct FakeProcess {
 struct Fake {
   std::deque<int> message_box_answers;   // in order; with none left a box answers IDOK
   std::vector<std::wstring> message_boxes;  // the texts shown
-  // Timer dialogs: each shown one's main instruction, and what its callback did
-  // ("progress 40", "click 2", "content ..."). A dialog gets the scripted clicks,
-  // in order, one after each tick, and ticks (1 ms apart) until a click closes it;
-  // after 5,000 ticks it ends as Cancel would.
-  std::vector<std::wstring> timer_dialogs;
+  // Timer dialogs shown and what their callback did ("progress 40", "click 2", "content ..."). A dialog ticks
+  // 1 ms apart, gets a scripted click after each tick until one closes it, and ends as Cancel after 5,000 ticks.
+  std::vector<std::wstring> timer_dialogs, dialog_actions;
   std::deque<int> timer_dialog_clicks;
-  std::vector<std::wstring> dialog_actions;
   std::function<void()> timer_tick;  // runs before each tick
   platform::ProcessStart process_start_result{true, 0};  // started by default
   std::vector<std::pair<std::wstring, std::vector<std::uint16_t>>> process_starts;  // command line, environment
   std::function<void()> during_start;  // runs inside each start
   std::vector<FakeProcess> processes;  // empty: the snapshot fails
-  bool session_list_fails = false;
   // What each request to close named; with `hosts_obey`, every process ends.
   std::vector<std::vector<std::pair<std::uint32_t, std::uint64_t>>> close_requests;
-  bool hosts_obey = false;
+  bool session_list_fails = false, hosts_obey = false;
   // By folded path; a file not listed has no version resource or signature.
   std::map<std::wstring, platform::FixedFileInfo> versions;
   std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck> signatures;  // index 0: primary

@@ -1,6 +1,5 @@
-// The strict readers of outside text on the same arbitrary bytes: each either
-// succeeds within its limits (the UTF-8 conversions surviving the way back),
-// or raises its own word. The corpus holds a manifest signed with the test key.
+// The strict readers of outside text on the same arbitrary bytes: each succeeds within its limits (UTF-8 surviving
+// the way back) or raises its own word. The corpus holds a manifest signed with the test key.
 #include <cstdint>
 #include <cstdlib>
 #include <set>
@@ -15,12 +14,10 @@
 namespace {
 
 template <typename Read>
-void expect_word(const std::set<std::string>& words, Read&& read) {
-  try {
-    read();
-  } catch (const std::runtime_error& e) {
-    if (!words.count(e.what())) std::abort();
-  }
+void expect_word(const std::set<std::string>& words, Read&& read) try {
+  read();
+} catch (const std::runtime_error& e) {
+  if (!words.count(e.what())) std::abort();
 }
 
 }  // namespace

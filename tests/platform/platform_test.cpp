@@ -39,17 +39,12 @@ TEST(Paths, OnTheRealFileSystem) {
   EXPECT_FALSE(create_directories(dir / L"a\\b\\c") || create_directories(dir / L"a\\b\\c"));  // again: no error
   EXPECT_TRUE(path_exists(dir / L"a\\b\\c"));
   EXPECT_TRUE(create_directories(dir / L"Sub\\File.txt\\sub"));
-}
-
-TEST(Paths, WhatDoesNotExistKeepsItsFormAndTheLongPrefixGoesOnlyBeforeADrive) {
+  // What does not exist keeps its form; the long prefix goes only before a drive.
   for (const auto& [path, normal] : Cases{{L"Q:/no\\\\.\\such\\..\\drive\\x", L"Q:\\no\\drive\\x"},
-                                          {L"\\nv-missing\\x", L"\\nv-missing\\x"},
-                                          {L"C:nv-missing\\x", L"C:nv-missing\\x"}})
+                                          {L"\\nv-missing\\x", L"\\nv-missing\\x"}, {L"C:nv-missing\\x", L"C:nv-missing\\x"}})
     EXPECT_EQ(normal_path(path), normal) << path;
-  for (const auto& [final_path, dos] : Cases{{L"\\\\?\\C:\\x", L"C:\\x"},
-                                             {L"\\\\?\\UNC\\srv\\share", L"\\\\srv\\share"},
-                                             {L"\\\\?\\1:\\x", L"\\\\?\\1:\\x"},
-                                             {L"\\\\?\\Volume{0}\\x", L"\\\\?\\Volume{0}\\x"}})
+  for (const auto& [final_path, dos] : Cases{{L"\\\\?\\C:\\x", L"C:\\x"}, {L"\\\\?\\UNC\\srv\\share", L"\\\\srv\\share"},
+                                             {L"\\\\?\\1:\\x", L"\\\\?\\1:\\x"}, {L"\\\\?\\Volume{0}\\x", L"\\\\?\\Volume{0}\\x"}})
     EXPECT_EQ(dos_path_of(final_path), dos) << final_path;
 }
 
@@ -66,21 +61,20 @@ TEST(SaveConfiguration, SevenKeysRewrittenOnlyWhenOneDiffers) {
   test::TempDir dir;
   const std::wstring path = dir / L"settings.ini";
   const auto stamp = [&] { return std::filesystem::last_write_time(test::to_fs(path)); };
-  const auto age = [&] { std::filesystem::last_write_time(test::to_fs(path), stamp() - std::chrono::hours(900)); };
   HostAnalysis analysis{L"C:\\P\\Paltalk.exe", L"a|b|c|d", L"Stat\x00e9", L"1.2.3.4", L"6.11.1.0", true, true, true};
   test::write_bytes(path + L".tmp", "[Junk]\r\nLeft=over\r\n");
   save_configuration(path, analysis, true, L"");
-  const std::pair<const wchar_t*, const wchar_t*> keys[] = {
-      {L"Paltalk", L"Exe"}, {L"Paltalk", L"Hashes"}, {L"Paltalk", L"Experimental"}, {L"Info", L"Version"},
-      {L"Info", L"Qt"}, {L"Info", L"Status"}, {L"Appearance", L"BrowserDark"}, {L"Junk", L"Left"}};
   std::wstring values;
-  for (const auto& [section, key] : keys) values += read_ini_value(path, section, key) + L";";
+  for (const auto& [section, key] : Cases{{L"Paltalk", L"Exe"}, {L"Paltalk", L"Hashes"}, {L"Paltalk", L"Experimental"},
+                                          {L"Info", L"Version"}, {L"Info", L"Qt"}, {L"Info", L"Status"},
+                                          {L"Appearance", L"BrowserDark"}, {L"Junk", L"Left"}})
+    values += read_ini_value(path, section, key) + L";";
   EXPECT_EQ(values, L"C:\\P\\Paltalk.exe;a|b|c|d;1;1.2.3.4;6.11.1.0;Stat\x00e9;1;;");
   EXPECT_FALSE(std::filesystem::exists(test::to_fs(path + L".tmp")));
   write_browser_dark(path, false);
   ASSERT_TRUE(platform::write_profile_string(path, L"Notes", L"Mine", L"x"));
-  age();
-  const auto old = stamp();
+  const auto old = stamp() - std::chrono::hours(900);
+  std::filesystem::last_write_time(test::to_fs(path), old);
   save_configuration(path, analysis, true, L"");
   EXPECT_EQ(stamp(), old);  // nothing differs: the file and its other sections stay
   analysis.message = L"Other";
@@ -89,29 +83,26 @@ TEST(SaveConfiguration, SevenKeysRewrittenOnlyWhenOneDiffers) {
   EXPECT_EQ(test::failure_of([&] { save_configuration(dir.path, analysis, true, L""); }), failure::replace_configuration);
 }
 
-// Each row: a target, whether to replace, what lies there first, and what the
-// directory holds afterwards (name=content), the temporary file never among it.
+// Each row: a target, whether to replace, what lies there first ("/": a folder), and what the directory holds
+// afterwards (name=content), the temporary file never among it.
 TEST(WriteFileAtomic, TargetEitherWholeOrUntouched) {
-  struct Case { const wchar_t* target; bool replace; const char* before; bool result; std::string after; };
-  const Case cases[] = {
-      {L"new.json", false, nullptr, true, "new.json=content;"},
-      {L"old.json", false, "old", false, "old.json=old;"},
+  const std::tuple<const wchar_t*, bool, std::string, bool, std::string> cases[] = {
+      {L"new.json", false, "", true, "new.json=content;"}, {L"old.json", false, "old", false, "old.json=old;"},
       {L"old.json", true, "old", true, "old.json=content;"},
       {L"folder", false, "/", false, "folder=/;"},  // the existence test passes, the rename refuses
-      {L"folder", true, "/", false, "folder=/;"},
-      {L"missing\\x.json", true, nullptr, false, ""},
-      {L"", true, nullptr, false, ""},  // the directory itself: no file name
-  };
-  for (const auto& c : cases) {
+      {L"folder", true, "/", false, "folder=/;"}, {L"missing\\x.json", true, "", false, ""},
+      {L"", true, "", false, ""}};  // the directory itself: no file name
+  for (const auto& [target, replace, before, result, after] : cases) {
     test::TempDir dir;
-    if (c.before && std::string(c.before) == "/") std::filesystem::create_directory(test::to_fs(dir / c.target));
-    else if (c.before) test::write_bytes(dir / c.target, c.before);
-    EXPECT_EQ(write_file_atomic(dir / c.target, [] { return std::string("content"); }, c.replace), c.result) << c.target;
-    std::string after;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.native))
-      after += entry.path().filename().string() + "=" +
-               (entry.is_directory() ? std::string("/") : std::string(std::istreambuf_iterator<char>(std::ifstream(entry.path(), std::ios::binary).rdbuf()), {})) + ";";
-    EXPECT_EQ(after, c.after) << c.target;
+    if (before == "/") std::filesystem::create_directory(test::to_fs(dir / target));
+    else if (!before.empty()) test::write_bytes(dir / target, before);
+    EXPECT_EQ(write_file_atomic(dir / target, [] { return std::string("content"); }, replace), result) << target;
+    std::string held;
+    for (const auto& entry : std::filesystem::directory_iterator(dir.native)) {
+      std::ifstream file(entry.path(), std::ios::binary);
+      held += entry.path().filename().string() + "=" + (entry.is_directory() ? "/" : std::string(std::istreambuf_iterator<char>(file), {})) + ";";
+    }
+    EXPECT_EQ(held, after) << target;
   }
   test::TempDir dir;
   EXPECT_FALSE(write_file_atomic(L"relative.json", [] { return std::string("x"); }, true));

@@ -27,16 +27,16 @@ TEST(CopyResponseToFile, ChecksInTheirOrder) {
   struct Case {
     std::uint64_t size; std::vector<int> reads; int cancel_at; bool bad_write, flush;  // the script
     std::string word; std::size_t written, reads_made, percent;                        // the outcome
-  } const cases[] = {{10, {4, 6, 0}, -1, false, true, "no failure", 10, 3, 100},
-                     {0, {0}, -1, false, true, "no failure", 0, 1, 0},
-                     {10, {4, 7, 0}, -1, false, true, failure::download_size, 4, 2, 40},
-                     {10, {4, 5, 0}, -1, false, true, failure::download_incomplete, 9, 3, 90},
-                     {10, {4, -1}, -1, false, true, failure::download_network, 4, 2, 40},
-                     {10, {4, 6, 0}, 0, false, true, failure::download_cancelled, 0, 0, 0},
-                     {10, {4, 6, 0}, 2, false, true, failure::download_cancelled, 4, 2, 40},
-                     {10, {4, 6, 0}, 4, false, true, failure::download_cancelled, 10, 3, 100},
-                     {10, {4, 6, 0}, -1, true, true, failure::download_file, 4, 2, 40},
-                     {10, {4, 6, 0}, -1, false, false, failure::download_incomplete, 10, 3, 100}};
+  } const cases[] = {
+      {10, {4, 6, 0}, -1, false, true, "no failure", 10, 3, 100}, {0, {0}, -1, false, true, "no failure", 0, 1, 0},
+      {10, {4, 7, 0}, -1, false, true, failure::download_size, 4, 2, 40},
+      {10, {4, 5, 0}, -1, false, true, failure::download_incomplete, 9, 3, 90},
+      {10, {4, -1}, -1, false, true, failure::download_network, 4, 2, 40},
+      {10, {4, 6, 0}, 0, false, true, failure::download_cancelled, 0, 0, 0},
+      {10, {4, 6, 0}, 2, false, true, failure::download_cancelled, 4, 2, 40},
+      {10, {4, 6, 0}, 4, false, true, failure::download_cancelled, 10, 3, 100},
+      {10, {4, 6, 0}, -1, true, true, failure::download_file, 4, 2, 40},
+      {10, {4, 6, 0}, -1, false, false, failure::download_incomplete, 10, 3, 100}};
   for (const Case& c : cases) {
     DownloadProgress progress{0, c.cancel_at == 0};
     std::size_t reads = 0;
@@ -47,13 +47,8 @@ TEST(CopyResponseToFile, ChecksInTheirOrder) {
       std::fill_n(buffer, count = static_cast<std::uint32_t>(std::max(n, 0)), 'x');
       return n >= 0;
     };
-    const auto write = [&](const char* bytes, std::uint32_t n) {
-      return !(c.bad_write && !file.empty()) && file.append(bytes, n).size();
-    };
-    const auto flush = [&] {
-      if (static_cast<int>(reads + 1) == c.cancel_at) progress.cancel = true;
-      return c.flush;
-    };
+    const auto write = [&](const char* bytes, std::uint32_t n) { return !(c.bad_write && !file.empty()) && file.append(bytes, n).size(); };
+    const auto flush = [&] { if (static_cast<int>(reads + 1) == c.cancel_at) progress.cancel = true; return c.flush; };
     const std::string word = test::failure_of([&] { copy_response_to_file(c.size, progress, read, {write, flush}); });
     EXPECT_EQ(std::tuple(word, file.size(), reads, progress.percent.load()),
               std::tuple(c.word, c.written, c.reads_made, c.percent)) << &c - cases;
@@ -78,9 +73,8 @@ TEST(DownloadDialog, OwnCancelClosesAFinishedDownloadUsersCancelWaitsForTheWorke
     if (done) worker.set_value(true);
     std::future<bool> future = worker.get_future();
     DownloadDialogState state{&progress, &future, closing};
-    EXPECT_EQ(download_dialog_callback(state, {}, event, button), result);
-    EXPECT_EQ(std::tuple(progress.cancel.load(), state.closing, fake.dialog_actions),
-              std::tuple(cancel_after, closing_after, actions));
+    EXPECT_EQ((std::tuple{download_dialog_callback(state, {}, event, button), progress.cancel.load(), state.closing,
+                          fake.dialog_actions}), std::tuple(result, cancel_after, closing_after, actions));
   }
 }
 

@@ -1,5 +1,4 @@
-// The daily check on real state files and a real lock, the installer's tests on real files with scripted
-// signatures, the wait for the host, and the clean-up of the cache on real folders.
+// The daily check, the installer's tests, the wait for the host and the cache's clean-up, on real files and locks.
 #include <gtest/gtest.h>
 
 #include <future>
@@ -41,8 +40,7 @@ TEST(Schedule, OneCheckADayWhateverTheStateFileHolds) {
     const auto claim = [&] { return claim_check_slot(state, content == "<now 0>" ? 0 : T); };
     EXPECT_EQ(std::async(std::launch::async, claim).get(), due) << content;
     std::string after;
-    platform::read_file(path, after);
-    EXPECT_EQ(after, due ? stored(T) : content[0] == '<' ? "" : content);
+    EXPECT_EQ((platform::read_file(path, after), after), due ? stored(T) : content[0] == '<' ? "" : content);
   }
   EXPECT_EQ(test::failure_of([] { read_last_attempt(test::TempDir().path); }), failure::update_check_state);
   EXPECT_EQ(check_state_name(),  // of the test build's identity: updates.tenebrix.test, stable, stable-1
@@ -80,14 +78,12 @@ TEST(Installer, RefusedUnlessTheFileItselfMatchesAndBothSignersSigned) {
   for (const auto& [file, first, second, passes] : cases) {
     fake = {};
     fake.signatures = {{{folded_path(file), 0}, first}, {{folded_path(file), 1}, second}};
-    EXPECT_EQ(verify_installer(file, good), passes);
-    EXPECT_EQ(start_verified_installer(file, good, host, true, L"", L""),
-              passes ? InstallerStart::started : InstallerStart::refused);
+    EXPECT_EQ(start_verified_installer(file, good, host, true, L"", L""), passes ? InstallerStart::started : InstallerStart::refused);
   }
   std::string upper = good.sha256;  // the digest in upper case; a byte more or less than the file
   for (char& c : upper) c = static_cast<char>(std::toupper(c));
-  EXPECT_FALSE(verify_installer(path, {17, 0, 9, L"", L"", upper}) || verify_installer(path, {17, 0, 10, L"", L"", good.sha256}) ||
-               verify_installer(path, {17, 0, 8, L"", L"", good.sha256}));
+  for (const auto& [size, digest] : {std::pair{9, upper}, {10, good.sha256}, {8, good.sha256}})
+    EXPECT_FALSE(verify_installer(path, {17, 0, static_cast<std::uint64_t>(size), L"", L"", digest}));
 #ifdef _WIN32  // natively nothing enforces sharing
   fake.during_start = [&] {  // until the start has returned, nobody may rewrite or delete what was verified
     std::error_code error;
@@ -102,21 +98,21 @@ TEST(HostWait, PoliteRequestFirstThenTheDialogUntilNoHostIsLeft) {
   const std::wstring host = L"Q:\\P\\Paltalk.exe";
   const FakeProcess running{{50, 4, L"Paltalk.exe"}, host, 1, {platform::ModuleListing::listed, {}}, 777},
       stranger{{60, 4, L"Paltalk.exe"}, L"Q:\\O\\Paltalk.exe"};
-  // No host runs; it obeys the polite request; exits while the dialog shows; or the user presses a button.
-  const std::tuple<bool, bool, bool, std::deque<int>, bool, std::size_t> cases[] = {
-      {false, false, false, {}, true, 0}, {true, true, false, {}, true, 0}, {true, false, true, {}, true, 1},
-      {true, false, false, {platform::id_cancel}, false, 1}, {true, false, false, {platform::id_ok}, false, 1}};
-  for (const auto& [runs, obeys, exits, clicks, result, dialogs] : cases) {
+  // No host runs; it obeys the polite request; exits while the dialog shows; or the user presses a button. Only
+  // a host in the way is asked to close, by its id and creation time; the dialog shows only if it stays.
+  const std::tuple<bool, bool, bool, std::deque<int>, bool> cases[] = {
+      {false, false, false, {}, true}, {true, true, false, {}, true}, {true, false, true, {}, true},
+      {true, false, false, {platform::id_cancel}, false}, {true, false, false, {platform::id_ok}, false}};
+  for (const auto& [runs, obeys, exits, clicks, result] : cases) {
     fake = {};
     fake.processes = {stranger};
     if (runs) fake.processes.push_back(running);
     fake.hosts_obey = obeys;
     fake.timer_dialog_clicks = clicks;
     if (exits) fake.timer_tick = [&] { fake.processes = {stranger}; };
-    EXPECT_EQ(wait_for_host_exit(host, L"Q:\\T"), result);
-    // Only a host in the way is asked to close, by its id and creation time.
-    EXPECT_EQ(fake.close_requests, decltype(fake.close_requests)(runs ? 1 : 0, {{50, 777}}));
-    EXPECT_EQ(fake.timer_dialogs, std::vector<std::wstring>(dialogs, sentence::wait_title));
+    EXPECT_EQ((std::tuple{wait_for_host_exit(host, L"Q:\\T"), fake.close_requests, fake.timer_dialogs}),
+              std::tuple(result, decltype(fake.close_requests)(runs, {{50, 777}}),
+                         std::vector<std::wstring>(runs && !obeys, sentence::wait_title)));
   }
 }
 

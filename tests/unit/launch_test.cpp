@@ -1,14 +1,11 @@
-// The launch from command line to started host: the decision chain, the
-// verdict on a real scratch installation whose version resources and
-// signatures are scripted, the answers to the prompt, and what the host gets;
-// and what cannot be had on this machine: processes in other sessions and
-// modules that cannot be listed.
+// The launch from command line to started host, on a real scratch installation whose version resources,
+// signatures and processes are scripted.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <tuple>
 
 #include "fake_platform.h"
+#include "foundation/encoding.h"
 #include "foundation/exit_code.h"
 #include "foundation/paths.h"
 #include "foundation/process_values.h"
@@ -19,6 +16,7 @@
 #include "launcher/browser_arguments.h"
 #include "launcher/chain.h"
 #include "launcher/environment.h"
+#include "platform/ini.h"
 #include "support/inspection.h"
 #include "test_support.h"
 
@@ -35,29 +33,27 @@ Entries entries_of(const std::vector<std::uint16_t>& block) {
   return entries;
 }
 
-std::vector<std::uint16_t> env(const Entries& parent, bool browser_dark, bool dark = true) {
+Entries env(const Entries& parent, bool browser_dark, bool dark = true) {
   std::wstring raw;
   for (const auto& e : parent) raw += e + L'\0';
-  return compute_launch_environment(raw + L'\0', {dark, L"C:\\T", L"h", L"", browser_dark});
+  return entries_of(compute_launch_environment(raw + L'\0', {dark, L"C:\\T", L"h", L"", browser_dark}));
 }
 
 TEST(LaunchEnvironment, ModesAndTheUsersValuesThroughAChain) {
-  EXPECT_EQ(entries_of(env({L"b=2", L"=C:=C:\\d", L"A=1", L"a=3", L"=X", L"odd", L"qt_style_override=x"}, true, false)),
+  EXPECT_EQ(env({L"b=2", L"=C:=C:\\d", L"A=1", L"a=3", L"=X", L"odd", L"qt_style_override=x"}, true, false),
             (Entries{L"=C:=C:\\d", L"A=3", L"b=2"}));
-  const Entries user = {L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=--mute-audio",
-                        L"WEBVIEW2_DEFAULT_BACKGROUND_COLOR=00000000"};
-  const Entries dark = entries_of(env(user, true));
+  const Entries user = {L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=--mute-audio", L"WEBVIEW2_DEFAULT_BACKGROUND_COLOR=00000000"};
+  const Entries dark = env(user, true);
   EXPECT_EQ(dark, (Entries{L"NIGHTVEIL_HASHES=h", L"NIGHTVEIL_HOME=C:\\T", L"QT_PLUGIN_PATH=C:\\T\\plugins",
                            L"QT_STYLE_OVERRIDE=Nightveil", L"TENEBRIX_WEBVIEW_ARGS_ACTIVE=present",
                            L"TENEBRIX_WEBVIEW_ARGS_ORIGINAL=--mute-audio", L"TENEBRIX_WEBVIEW_BACKGROUND_ACTIVE=present",
                            L"TENEBRIX_WEBVIEW_BACKGROUND_ORIGINAL=00000000",
-                           L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=\"--mute-audio\" "
-                           L"\"--enable-features=WebContentsForceDark\"",
+                           L"WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS=\"--mute-audio\" \"--enable-features=WebContentsForceDark\"",
                            L"WEBVIEW2_DEFAULT_BACKGROUND_COLOR=FF202328"}));
-  EXPECT_EQ(entries_of(env(dark, true)), dark);  // a chained launch saves the user's values, not its own
-  EXPECT_EQ(entries_of(env(dark, true, false)), user);
-  EXPECT_EQ(entries_of(env(dark, false)), (Entries{dark[0], dark[1], dark[2], dark[3], user[0], user[1]}));
-  EXPECT_EQ(entries_of(env(entries_of(env({}, true)), true, false)), Entries{});
+  EXPECT_EQ(env(dark, true), dark);  // a chained launch saves the user's values, not its own
+  EXPECT_EQ(env(dark, true, false), user);
+  EXPECT_EQ(env(dark, false), (Entries{dark[0], dark[1], dark[2], dark[3], user[0], user[1]}));
+  EXPECT_EQ(env(env({}, true), true, false), Entries{});
 }
 
 TEST(BrowserArguments, MergedAndQuoted) {
@@ -70,9 +66,8 @@ TEST(BrowserArguments, MergedAndQuoted) {
   for (const auto& [existing, merged] : merges) EXPECT_EQ(merge_browser_arguments(existing), merged);
 }
 
-// install_root is <dir>\T with its plugin; the host is <dir>\P with three Qt
-// libraries, all x64 images at Qt 6.11.1.0. A row of the tables below says
-// what differs from that.
+// install_root is <dir>\T with its plugin; the host is <dir>\P with three Qt libraries, all x64 images at
+// Qt 6.11.1.0. A row of the tables below says what differs from that.
 struct Install {
   enum Host { none, here, unreadable };  // a Paltalk.exe in the process list
   test::TempDir dir;
@@ -84,17 +79,17 @@ struct Install {
     install_root = dir / L"T";
     test::write_bytes(plugin_path(), "plugin");
     for (const auto& f : files) {
-      test::write_bytes(f, std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) + test::to_fs(f).string());
+      test::write_bytes(f, image(test::to_fs(f).string()));
       version(f, 6, 11, 1);
     }
     fake.processes = {{{4, 0, L"System"}, std::nullopt}};
     if (host != none) fake.processes.push_back({{9, 4, L"PALTALK.EXE"}, host == here ? std::optional(exe) : std::nullopt});
-    if (!recognized) return;
-    std::string hashes;
-    for (wchar_t c : analyze_host(exe).hashes) hashes += static_cast<char>(c);
-    test::write_bytes(compatibility_path(), "[Tested]\r\nHashes=" + hashes + "\r\n");
+    if (recognized) test::write_bytes(compatibility_path(), "[Tested]\r\nHashes=" + to_utf8(analyze_host(exe).hashes) + "\r\n");
   }
   ~Install() { reset_process_values(); }
+  static std::string image(const std::string& text) {  // an x64 PE image
+    return std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) + text;
+  }
   void version(const std::wstring& file, std::uint32_t major, std::uint32_t minor, std::uint32_t build, bool debug = false) {
     fake.versions[folded_path(file)] = {true, 52, major << 16 | minor, build << 16, debug};
   }
@@ -107,16 +102,12 @@ struct Install {
 TEST(Launch, VerdictOfEachBuild) {
   const std::tuple<int, const wchar_t*, int, int, bool, const wchar_t*> cases[] = {
       // file changed, its new major and minor version and debug flag (or a signer for all), the verdict
-      {-1, nullptr, 0, 0, false, sentence::unverified_build},
-      {-1, L"paltalk us llc", 0, 0, false, sentence::signed_update},
+      {-1, nullptr, 0, 0, false, sentence::unverified_build}, {-1, L"paltalk us llc", 0, 0, false, sentence::signed_update},
       {-1, L"Paltalk US", 0, 0, false, sentence::unverified_build},
       {-1, L"Paltalk US LLC 2", 0, 0, false, sentence::unverified_build},
-      {0, nullptr, 0, 0, false, sentence::host_not_x64},
-      {3, nullptr, 0, 0, false, sentence::qt_missing},
-      {2, nullptr, 6, 10, false, sentence::qt_below_floor},
-      {1, nullptr, 7, 11, false, sentence::qt_below_floor},
-      {3, nullptr, 6, 11, true, sentence::qt_below_floor},
-      {3, nullptr, 6, 12, false, sentence::qt_mismatch}};
+      {0, nullptr, 0, 0, false, sentence::host_not_x64}, {3, nullptr, 0, 0, false, sentence::qt_missing},
+      {2, nullptr, 6, 10, false, sentence::qt_below_floor}, {1, nullptr, 7, 11, false, sentence::qt_below_floor},
+      {3, nullptr, 6, 11, true, sentence::qt_below_floor}, {3, nullptr, 6, 12, false, sentence::qt_mismatch}};
   for (const auto& [file, signer, major, minor, debug, verdict] : cases) {
     Install in;
     if (signer)
@@ -126,37 +117,35 @@ TEST(Launch, VerdictOfEachBuild) {
     EXPECT_EQ(analyze_host(in.exe).message, verdict);
   }
   Install recognized(true);
-  EXPECT_EQ(analyze_host(recognized.exe).message, sentence::recognized_build);
-  EXPECT_EQ(analyze_host(recognized.files[1]).message, sentence::select_host);
+  EXPECT_EQ(analyze_host(recognized.exe).message + analyze_host(recognized.files[1]).message,
+            std::wstring(sentence::recognized_build) + sentence::select_host);
 }
 
-TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
+TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessageAndApprovalsHold) {
   struct Case {  // the answer to the one message box; the only box shown, or none
     Entries options; bool recognized; Install::Host host; int answer;
     std::int32_t code; const wchar_t *start, *message, *stored_experimental;
   };
   const wchar_t* const no_box = nullptr;
+  using namespace exit_code;
+  using enum Install::Host;
   // Two rows name a fault the way an option would; the launcher ignores options it does not know.
   const Case cases[] = {
-      {{}, true, Install::none, 0, exit_code::done, L"dark", no_box, L"0"},
-      {{}, false, Install::none, platform::id_yes, exit_code::done, L"dark", sentence::launch_prompt, L"1"},
-      {{}, false, Install::none, platform::id_no, exit_code::done, L"plain", sentence::launch_prompt, L""},
-      {{}, false, Install::none, platform::id_cancel, exit_code::bad_use, L"", sentence::launch_prompt, L""},
-      {{L"--silent"}, false, Install::none, 0, exit_code::done, L"plain", no_box, L""},
-      {{L"--plugin-gone"}, true, Install::none, 0, exit_code::done, L"plain", sentence::plugin_missing, L""},
-      {{L"--start-fails"}, true, Install::none, 0, exit_code::action_failed, L"dark", sentence::start_failed, L"0"},
-      {{}, true, Install::here, 0, exit_code::host_running, L"", sentence::running, L""},
-      {{L"--original"}, false, Install::unreadable, 0, exit_code::host_running, L"", sentence::running_for_normal, L""},
-      {{L"--original"}, false, Install::none, 0, exit_code::done, L"plain", no_box, L""},
-      {{L"--browser-dark", L"dim"}, true, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
-      {{L"--diagnostic-layout", L"d.txt", L"--running"}, false, Install::here, 0, exit_code::bad_use, L"", no_box, L""},
-      {{L"--remove-shortcuts", L"--running"}, false, Install::here, 0, exit_code::done, L"", no_box, L""},
-      {{L"--running"}, false, Install::unreadable, 0, exit_code::host_running, L"", no_box, L""},
-      {{L"--support-report", L"r.json"}, false, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
-      {{L"--set-browser-dark", L"1"}, false, Install::none, 0, exit_code::bad_use, L"", no_box, L""},
-      {{L"--probe"}, false, Install::none, 0, exit_code::approval_needed, L"", no_box, L""},
-      {{L"--paltalk", L"Z:\\absent\\Paltalk.exe"}, true, Install::none, 0, exit_code::not_acceptable, L"",
-       sentence::host_not_found, L""}};
+      {{}, true, none, 0, done, L"dark", no_box, L"0"}, {{L"--silent"}, false, none, 0, done, L"plain", no_box, L""},
+      {{}, false, none, platform::id_yes, done, L"dark", sentence::launch_prompt, L"1"},
+      {{}, false, none, platform::id_no, done, L"plain", sentence::launch_prompt, L""},
+      {{}, false, none, platform::id_cancel, bad_use, L"", sentence::launch_prompt, L""},
+      {{L"--plugin-gone"}, true, none, 0, done, L"plain", sentence::plugin_missing, L""},
+      {{L"--start-fails"}, true, none, 0, action_failed, L"dark", sentence::start_failed, L"0"},
+      {{L"--original"}, false, unreadable, 0, host_running, L"", sentence::running_for_normal, L""},
+      {{L"--original"}, false, none, 0, done, L"plain", no_box, L""}, {{L"--probe"}, false, none, 0, approval_needed, L"", no_box, L""},
+      {{L"--browser-dark", L"dim"}, true, none, 0, bad_use, L"", no_box, L""},
+      {{L"--running"}, false, unreadable, 0, host_running, L"", no_box, L""},
+      {{L"--diagnostic-layout", L"d.txt", L"--running"}, false, here, 0, bad_use, L"", no_box, L""},
+      {{L"--remove-shortcuts", L"--running"}, false, here, 0, done, L"", no_box, L""},
+      {{L"--support-report", L"r.json"}, false, none, 0, bad_use, L"", no_box, L""},
+      {{L"--set-browser-dark", L"1"}, false, none, 0, bad_use, L"", no_box, L""},
+      {{L"--paltalk", L"Z:\\absent\\Paltalk.exe"}, true, none, 0, not_acceptable, L"", sentence::host_not_found, L""}};
   for (const auto& c : cases) {
     Install in(c.recognized, c.host);
     if (c.answer) fake.message_box_answers = {c.answer};
@@ -164,23 +153,26 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessage) {
     if (c.options == Entries{L"--start-fails"}) fake.process_start_result = {false, 193};
     Entries arguments = c.options;  // the first --paltalk counts
     arguments.insert(arguments.end(), {L"--paltalk", in.exe});
-    EXPECT_EQ(run_launcher(arguments), c.code) << c.code;
-    EXPECT_EQ(in.started(), c.start) << c.code;
-    EXPECT_EQ(fake.message_boxes, c.message ? Entries{c.message} : Entries{}) << c.code;
-    EXPECT_EQ(read_ini_value(settings_path(), L"Paltalk", L"Experimental"), c.stored_experimental) << c.code;
+    EXPECT_EQ((std::tuple{run_launcher(arguments), in.started(), fake.message_boxes,  // braces: in this order
+                          read_ini_value(settings_path(), L"Paltalk", L"Experimental")}),
+              std::tuple(c.code, c.start, c.message ? Entries{c.message} : Entries{}, c.stored_experimental)) << &c - cases;
   }
-}
-
-TEST(Launch, ApprovalHoldsForTheExactBuildInAnySpellingOfItsPath) {
+  // An approval holds for the exact build in any spelling of its path; not for another build or place, nor as a no.
   Install in;
   fake.message_box_answers = {platform::id_yes};
   run_launcher({L"--paltalk", in.exe});
   fake.process_starts.clear();
-  std::wstring spelling = in.exe;
-  std::replace(spelling.begin(), spelling.end(), L'\\', L'/');
-  EXPECT_EQ(run_launcher({L"--paltalk", spelling}), exit_code::done);
-  EXPECT_EQ(in.started(), L"dark");
-  EXPECT_EQ(fake.message_boxes.size(), 1u);
+  EXPECT_EQ(run_launcher({L"--paltalk", in.dir.path + L"/P/./Paltalk.exe"}), done);
+  EXPECT_EQ(std::pair(in.started(), fake.message_boxes.size()), std::pair(std::wstring(L"dark"), std::size_t{1}));
+  test::write_bytes(in.exe, Install::image(test::to_fs(in.exe).string() + " rebuilt"));
+  fake.message_box_answers = {platform::id_cancel, platform::id_cancel, platform::id_cancel};
+  EXPECT_EQ(run_launcher({L"--paltalk", in.exe}), bad_use);
+  platform::write_profile_string(settings_path(), L"Paltalk", L"Hashes", analyze_host(in.exe).hashes);
+  platform::write_profile_string(settings_path(), L"Paltalk", L"Experimental", L"0");
+  EXPECT_EQ((std::pair{run_launcher({L"--paltalk", in.exe}), fake.message_boxes.size()}), std::pair(bad_use, std::size_t{3}));
+  platform::write_profile_string(settings_path(), L"Paltalk", L"Experimental", L"1");
+  platform::write_profile_string(settings_path(), L"Paltalk", L"Exe", L"Q:\\other\\Paltalk.exe");
+  EXPECT_EQ((std::pair{run_launcher({L"--paltalk", in.exe}), fake.message_boxes.size()}), std::pair(bad_use, std::size_t{4}));
 }
 
 TEST(Discovery, EntriesAndCommandsOfInstallers) {
@@ -200,29 +192,24 @@ TEST(Inspection, DoubtCountsAsYesOnlyInThisSession) {
                            L listing = L::listed, const std::wstring& plugin = L"Q:\\T\\plugins\\styles\\Nightveil.dll") {
     return FakeProcess{{id, 4, L"PALTALK.exe"}, image, session, {listing, {{L"Paltalk.exe", host}, {L"nightveil.DLL", plugin}}}};
   };
-  struct Case { std::vector<FakeProcess> table; bool session_list_fails, running, busy; };
-  const FakeProcess idle{{40, 4, L"Paltalk.exe.bak"}, host};
+  // Beside an idle process of another name: one process, or none; whether the session list fails; the verdicts.
+  struct Case { std::optional<FakeProcess> process; bool session_list_fails, running, busy; };
   const Case cases[] = {
-      {{idle}, false, false, false},
-      {{idle, process(50, L"q:/P/./X/../PALTALK.EXE")}, false, true, true},
-      {{idle, process(50, other)}, false, false, true},
-      {{idle, process(50, other, 1, L::listed, L"Q:\\E\\plugins\\styles\\Nightveil.dll")}, false, false, false},
-      {{idle, process(50, host, 2)}, false, false, false},
-      {{idle, process(50, host, 2)}, true, true, true},
-      {{idle, process(50, host, std::nullopt)}, false, true, true},
-      {{idle, process(50, std::nullopt)}, false, true, true},
-      {{idle, process(50, std::nullopt, 2)}, false, false, false},
-      {{idle, process(50, other, 1, L::no_snapshot)}, false, false, true},
-      {{idle, process(50, other, 1, L::no_first_module)}, false, false, false},
-      {{}, false, false, false},  // no snapshot at all
-  };
-  for (std::size_t i = 0; i < std::size(cases); ++i) {
+      {{}, false, false, false}, {process(50, L"q:/P/./X/../PALTALK.EXE"), false, true, true},
+      {process(50, other), false, false, true}, {process(50, host, 2), false, false, false},
+      {process(50, other, 1, L::listed, L"Q:\\E\\plugins\\styles\\Nightveil.dll"), false, false, false},
+      {process(50, host, 2), true, true, true}, {process(50, host, std::nullopt), false, true, true},
+      {process(50, std::nullopt), false, true, true}, {process(50, std::nullopt, 2), false, false, false},
+      {process(50, other, 1, L::no_snapshot), false, false, true}, {process(50, other, 1, L::no_first_module), false, false, false}};
+  for (const Case& c : cases) {
     fake = {};
-    fake.processes = cases[i].table;
-    fake.session_list_fails = cases[i].session_list_fails;
-    EXPECT_EQ(host_is_running(host), cases[i].running) << i;
-    EXPECT_EQ(install_is_busy(L"q:\\t\\"), cases[i].busy) << i;
+    fake.processes = {{{40, 4, L"Paltalk.exe.bak"}, host}};
+    if (c.process) fake.processes.push_back(*c.process);
+    fake.session_list_fails = c.session_list_fails;
+    EXPECT_EQ(std::pair(host_is_running(host), install_is_busy(L"q:\\t\\")), std::pair(c.running, c.busy)) << &c - cases;
   }
+  fake = {};  // no snapshot at all
+  EXPECT_FALSE(host_is_running(host) || install_is_busy(L"q:\\t\\"));
 }
 
 }  // namespace
