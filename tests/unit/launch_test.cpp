@@ -144,6 +144,8 @@ TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessageAndApprovalsHold) {
       {{L"--diagnostic-layout", L"d.txt", L"--running"}, false, here, 0, bad_use, L"", no_box, L""},
       {{L"--remove-shortcuts", L"--running"}, false, here, 0, done, L"", no_box, L""},
       {{L"--support-report", L"r.json"}, false, none, 0, bad_use, L"", no_box, L""},
+      {{L"--support", L"--silent"}, false, none, 0, bad_use, L"", no_box, L""},
+      {{L"--support"}, false, none, 0, action_failed, L"", no_box, L""},  // the double shows no dialog
       {{L"--set-browser-dark", L"1"}, false, none, 0, bad_use, L"", no_box, L""},
       {{L"--paltalk", L"Z:\\absent\\Paltalk.exe"}, true, none, 0, not_acceptable, L"", sentence::host_not_found, L""}};
   for (const auto& c : cases) {
