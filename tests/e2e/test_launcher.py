@@ -7,19 +7,15 @@ import pytest
 from harness import EXIT, FIXTURES, MANAGED, ROOT, SENTENCE, TITLE, WINE_ENV, Install, environment, read_ini, wait_for, win, wine
 from harness import install, make_install, session_keeper, uninstall_entry  # noqa: F401  (fixtures)
 
-# A caller started from a full-dark launch, with the user's own values under the launcher's markers.
-THEMED_CALLER = {
-    "QT_PLUGIN_PATH": "Z:\\elsewhere\\plugins", "qt_style_override": "Fusion", "NIGHTVEIL_HOME": "Z:\\old",
-    "NIGHTVEIL_HASHES": "old", "NIGHTVEIL_DIAGNOSTICS": "Z:\\old.txt", "WEBVIEW2_DEFAULT_BACKGROUND_COLOR": "FF202328",
-    "TENEBRIX_WEBVIEW_BACKGROUND_ACTIVE": "present", "TENEBRIX_WEBVIEW_BACKGROUND_ORIGINAL": "00000000",
-    "WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS": '"--enable-features=WebContentsForceDark"',
-    "TENEBRIX_WEBVIEW_ARGS_ACTIVE": "absent", "NV_E2E_ODD": 'a "quoted" value = with equals', "NV_E2E_EMPTY": "",
-}
-LAYOUT = "Z:\\d\\layout.txt"
-USERS_BACKGROUND = {"WEBVIEW2_DEFAULT_BACKGROUND_COLOR": "00000000"}
+LAYOUT, USERS_BACKGROUND = "Z:\\d\\layout.txt", {"WEBVIEW2_DEFAULT_BACKGROUND_COLOR": "00000000"}
 DARK_BROWSER = {"WEBVIEW2_DEFAULT_BACKGROUND_COLOR": "FF202328", "TENEBRIX_WEBVIEW_BACKGROUND_ACTIVE": "present",
                 "TENEBRIX_WEBVIEW_BACKGROUND_ORIGINAL": "00000000", "TENEBRIX_WEBVIEW_ARGS_ACTIVE": "absent",
                 "WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS": '"--enable-features=WebContentsForceDark"'}
+# A caller started from a full-dark launch, with the user's own values under the launcher's markers.
+THEMED_CALLER = DARK_BROWSER | {
+    "QT_PLUGIN_PATH": "Z:\\elsewhere\\plugins", "qt_style_override": "Fusion", "NIGHTVEIL_HOME": "Z:\\old",
+    "NIGHTVEIL_HASHES": "old", "NIGHTVEIL_DIAGNOSTICS": "Z:\\old.txt", "NV_E2E_ODD": 'a "quoted" value = with equals',
+    "NV_E2E_EMPTY": ""}
 
 
 def status(mode: str) -> dict:
@@ -39,7 +35,9 @@ def test_launch_passes_its_block_and_command_line(install, session_keeper, mode,
     assert record.command_line == f'"{win(install.host)}"' + (" -style Nightveil" if theme else "")
     assert record.directory == win(install.paltalk)
     caller = [(n, v) for n, v in session_keeper.block + list(THEMED_CALLER.items()) if not n.upper().startswith(MANAGED)]
-    expected = caller + list(((install.theme() if theme else {}) | browser).items())
+    themed = {"QT_PLUGIN_PATH": win(install.tenebrix) + "\\plugins", "QT_STYLE_OVERRIDE": "Nightveil",
+              "NIGHTVEIL_HOME": win(install.tenebrix), "NIGHTVEIL_HASHES": install.hashes()} if theme else {}
+    expected = caller + list((themed | browser).items())
     assert record.block == sorted(expected, key=lambda entry: entry[0].lower())  # the order of _wcsicmp
     assert install.ini("last-status.ini") == status(mode)
     if mode == "full-dark":  # the first launch saves the host through the Windows profile API: UTF-16, seven keys
@@ -132,24 +130,20 @@ def test_beside_a_running_themed_host(themed_host, args, answers, code, messages
     assert install.record().pid == record.pid  # no second host
 
 
-SIGNED = (ROOT / "tests/fuzz/corpus/all/manifest-signed.txt").read_text()  # with the test presets' key
+SIGNED, PRIMARY = (ROOT / "tests/fuzz/corpus/all/manifest-signed.txt").read_text(), FIXTURES / "installer/installer-primary.exe"
 
 
-@pytest.mark.parametrize("text, path, code", [  # through the real CNG; too large or relative: not read at all
-    (SIGNED, "{root}\\latest.jws", EXIT.done), (SIGNED + "\n", "{root}\\latest.jws", EXIT.not_acceptable),
-    ("A" * 16384, "{root}\\latest.jws", EXIT.not_acceptable), ("A" * 16385, "{root}\\latest.jws", EXIT.bad_use),
-    (SIGNED, "latest.jws", EXIT.bad_use)])
-def test_verify_update_manifest(install, text, path, code):
+@pytest.mark.parametrize("text, args, code", [  # through the real CNG and WinVerifyTrust; too large or relative: not read
+    (SIGNED, "--verify-update-manifest {root}\\latest.jws", EXIT.done),
+    ("A" * 16384, "--verify-update-manifest {root}\\latest.jws", EXIT.not_acceptable),
+    ("A" * 16385, "--verify-update-manifest {root}\\latest.jws", EXIT.bad_use),
+    (SIGNED, "--verify-update-manifest latest.jws", EXIT.bad_use),
+    ("", "--verify-update-installer {primary} --size {size} --sha256 {sha256}", EXIT.not_acceptable)])  # one signer
+def test_verify_update(install, text, args, code):
     (install.root / "latest.jws").write_text(text)
-    assert install.run("--verify-update-manifest", path.format(root=win(install.root)))[:2] == (code, [])
-
-
-@pytest.mark.parametrize("installer", ["installer/installer-primary.exe", "installer/installer-swapped.exe", "Paltalk.exe"])
-def test_verify_update_installer(install, installer):  # each refused by its real signatures. Wine reports the primary
-    installer = FIXTURES / installer  # signer at every index: a dual one fails too, so the unit tests take size and digest
-    digest = hashlib.sha256(installer.read_bytes()).hexdigest()
-    assert install.run("--verify-update-installer", win(installer), "--size", str(installer.stat().st_size),
-                       "--sha256", digest)[:2] == (EXIT.not_acceptable, [])
+    values = {"root": win(install.root), "primary": win(PRIMARY), "size": PRIMARY.stat().st_size,
+              "sha256": hashlib.sha256(PRIMARY.read_bytes()).hexdigest()}
+    assert install.run(*args.format(**values).split())[:2] == (code, [])
 
 
 # Wine's Desktop (0) and Programs (1) folders: name, target (None: a damaged file), the run that removes it (1: --root

@@ -1,11 +1,10 @@
-"""The update step of real launches under Wine against the local update host: the question, the download
-behind its progress dialog, the checks before the hand-over, the clean-up and the once-a-day schedule."""
+"""The update step of real launches under Wine against the local update host."""
 import os, shutil, threading, time  # noqa: E401
 from pathlib import Path
 
 import pytest
 
-from harness import ARTIFACTS, CASES, EXIT, FIXTURES, SENTENCE, WINE_ENV, environment, installer_record, kill, probe
+from harness import ARTIFACTS, CASES, EXIT, FIXTURES, SENTENCE, WINE_ENV, environment, kill, probe, record
 from harness import release_manifest, start, update_host, wait_for, win
 from harness import install, make_install, session_keeper  # noqa: F401  (fixtures)
 
@@ -13,13 +12,11 @@ FEED, DUAL, DAY = "/downloads/updates/stable/latest.jws", FIXTURES / "installer"
 QUESTION = SENTENCE.update_question_lead + "2.1.0" + SENTENCE.update_question
 
 
-def cache() -> Path:
-    """The per-user update folder of the Wine prefix's user."""
+def cache() -> Path:  # the Wine user's update folder
     return next(Path(WINE_ENV["WINEPREFIX"], "drive_c", "users").glob("*/AppData/Local")) / "Tenebrix" / "Updates"
 
 
-def aged(path: Path, folder: bool = False) -> Path:
-    """A leftover of a crashed download or an old revision, last changed two days ago."""
+def aged(path: Path, folder: bool = False) -> Path:  # a leftover of a crashed download or an old revision
     path.parent.mkdir(parents=True, exist_ok=True)
     path.mkdir() if folder else path.write_bytes(b"left over")
     os.utime(path, (time.time() - 2 * DAY,) * 2)
@@ -102,7 +99,8 @@ def test_the_installer_receives_the_hand_over():  # the unit tests vary the piec
     setup = win(shutil.copy2(DUAL, folder / "Tenebrix-2.1.0-Setup.exe"))
     pid = probe("start", setup, HOST, "0", "off", DIAG).removeprefix("started ")
     tail = f'/RESUME=normal /PALTALK="{HOST}" /BROWSERDARK=off /DIAGNOSTIC="{DIAG}"'
-    assert installer_record(folder) == (pid, f'"{setup}" /AUTOUPDATE /UPGRADE /PARENTPID={pid} {tail}')
+    installer = record(folder)
+    assert (installer.parent, installer.command_line) == (pid, f'"{setup}" /AUTOUPDATE /UPGRADE /PARENTPID={pid} {tail}')
 
 
 def test_the_wait_dialog_closes_by_itself_when_the_host_exits(install):

@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Makes the private Wine prefix once; later calls find it ready. A first boot
-# that fails or hangs (Wine under load) is tried again, three times at most.
+# Makes the private Wine prefix once; a boot that fails or hangs (Wine under load) is tried three times at most.
 set -euo pipefail
 . "$(dirname "$0")/env.sh"
 for _ in 1 2 3; do
