@@ -220,8 +220,7 @@ class Install:
         pattern = self.root.name + r"[/\\]"  # a path in this case's folder, in Unix or Windows spelling
         ours = lambda: subprocess.run(["pgrep", "-if", pattern], capture_output=True, text=True, timeout=10).stdout.split()  # noqa: E731
         left = [] if wait_for(lambda: not ours(), 15) else ours()
-        if left:
-            subprocess.run(["kill", "-9", *left], capture_output=True, timeout=10)
+        left and subprocess.run(["kill", "-9", *left], capture_output=True, timeout=10)
         return left
 
 
@@ -231,8 +230,7 @@ def session_keeper():
     up, so runs start fast, and its record holds the block any program this harness starts receives."""
     assert LAUNCHER.exists() and os.environ.get("DISPLAY"), "build the windows preset and provide a display"
     subprocess.run([ROOT / "tests" / "wine" / "make-prefix.sh"], check=True, timeout=900, stdout=subprocess.DEVNULL)
-    for folder in (ARTIFACTS, CASES):
-        folder.mkdir(parents=True, exist_ok=True)
+    [folder.mkdir(parents=True, exist_ok=True) for folder in (ARTIFACTS, CASES)]
     # Entries a killed run may have left; with no window manager on Xvfb, Wine waits 2 s for one after each
     # dialog: leave them to Wine alone.
     registry(*(f"[-{uninstall_key(root, view)}]" for root in ("HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE") for view in (32, 64)),
@@ -248,8 +246,7 @@ def session_keeper():
     try:
         yield keeper.record()
     finally:
-        (keeper.paltalk / "host-stop").touch()
-        wait_for(lambda: proc.poll() is not None, 15)
+        keeper.settle()
         kill(proc)
 
 

@@ -1,5 +1,5 @@
 """Support and recovery under Wine: the closed report, and the dialog driven by keys."""
-import getpass, hashlib, json, re, socket, subprocess  # noqa: E401
+import getpass, hashlib, json, re, socket  # noqa: E401
 
 import pytest
 
@@ -69,8 +69,7 @@ DIALOG = SENTENCE.support_title  # closed by its Close button (Alt+C): Wine's ta
 def tick_box(window: str) -> None:
     """Clicks the check box at the dialog's lower left (Wine's check box ignores a typed space), then moves
     the focus back to the second command link."""
-    geometry = subprocess.run(["xdotool", "getwindowgeometry", window], capture_output=True, text=True, timeout=10)
-    xdo("mousemove", "--window", window, "20", str(int(re.search(r"x(\d+)", geometry.stdout)[1]) - 28))
+    xdo("mousemove", "--window", window, "20", str(int(xdo("getwindowgeometry", window)[-1].split("x")[1]) - 28))
     xdo("click", "1")
     xdo("key", "shift+Tab", "shift+Tab")
 
@@ -93,10 +92,9 @@ def test_dialog_saves_applies_and_starts_the_host_plainly(install):
     assert install.record().command_line == f'"{win(install.host)}"'  # through the shell, as --original
 
 
-@pytest.mark.parametrize("case", ["running", "start_failed"])
-def test_dialog_stays_open_after_a_message(make_install, case):
-    install = make_install()
-    if case == "running":
+@pytest.mark.parametrize("sentence", [SENTENCE.exit_before_plain_start, SENTENCE.plain_start_failed])
+def test_dialog_stays_open_after_a_message(install, sentence):
+    if running := sentence == SENTENCE.exit_before_plain_start:
         (install.paltalk / "host-control.ini").write_text("[Host]\nStaySeconds=120\n")
         assert install.run("--desktop-launch", "--original", "--paltalk", win(install.host))[0] == EXIT.done
         first = install.record().pid
@@ -104,6 +102,5 @@ def test_dialog_stays_open_after_a_message(make_install, case):
         install.host.write_text("not a program")
     answers = (("Return", DIALOG, ""), "Return", ("alt+c", DIALOG, ""))
     code, messages, shots = install.run("--support", "--desktop-launch", "--paltalk", win(install.host), answers=answers)
-    sentence = SENTENCE.exit_before_plain_start if case == "running" else SENTENCE.plain_start_failed
     assert (code, messages, len(shots)) == (EXIT.done, [sentence], 3)
-    assert case != "running" or install.record().pid == first  # no second host
+    assert not running or install.record().pid == first  # no second host
