@@ -127,11 +127,12 @@ SIGNED, PRIMARY = (ROOT / "tests/fuzz/corpus/all/manifest-signed.txt").read_text
 
 @pytest.mark.parametrize("text, args, code", [  # through the real CNG and WinVerifyTrust; too large or relative: not read
     (SIGNED, "--verify-update-manifest {root}\\latest.jws", EXIT.done),
-    ("A" * 16384, "--verify-update-manifest {root}\\latest.jws", EXIT.not_acceptable),
+    (SIGNED.ljust(16384, "\n"), "--verify-update-manifest {root}\\latest.jws", EXIT.not_acceptable),  # read as it is
     ("A" * 16385, "--verify-update-manifest {root}\\latest.jws", EXIT.bad_use),
     (SIGNED, "--verify-update-manifest latest.jws", EXIT.bad_use),
     ("", "--verify-update-installer {primary} --size {size} --sha256 {sha256}", EXIT.not_acceptable),  # one signer
-    ("", "--probe --paltalk {host}", EXIT.done)])  # host and Qt libraries signed by the test PKI: a signed update
+    ("", "--probe --paltalk {host}", EXIT.done)],  # host and Qt libraries signed by the test PKI: a signed update
+    ids=["signed", "read-as-is", "too-large", "relative", "one-signer", "signed-host"])
 def test_real_signatures(make_install, text, args, code):
     install = make_install(host_files=FIXTURES / "signed", host=FIXTURES / "signed" / "Paltalk.exe")
     (install.root / "latest.jws").write_text(text)
