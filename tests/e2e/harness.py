@@ -10,12 +10,9 @@ import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("NV_BUILD_DIR", ROOT / "build" / "windows"))
-LAUNCHER = Path(os.environ.get("NV_LAUNCHER", BUILD / "NightveilMode.exe"))
-FIXTURES = Path(os.environ.get("NV_FIXTURES", BUILD / "tests" / "fixtures" / "files"))
-ARTIFACTS = Path(os.environ.get("NV_E2E_ARTIFACTS", BUILD / "e2e-artifacts"))
-CASES = Path(os.environ.get("NV_E2E_CASES", BUILD / "e2e-cases"))
-PKI = Path(os.environ.get("NV_PKI", BUILD / "pki"))
-PROBE = Path(os.environ.get("NV_FEED_PROBE", BUILD / "tests" / "feed_probe.exe"))
+given = lambda name, default: Path(os.environ.get(name, BUILD / default))  # noqa: E731  (tests/CMakeLists.txt sets them)
+LAUNCHER, FIXTURES, PROBE = given("NV_LAUNCHER", "NightveilMode.exe"), given("NV_FIXTURES", "tests/fixtures/files"), given("NV_FEED_PROBE", "tests/feed_probe.exe")
+ARTIFACTS, CASES, PKI = given("NV_E2E_ARTIFACTS", "e2e-artifacts"), given("NV_E2E_CASES", "e2e-cases"), given("NV_PKI", "pki")
 QT, TITLE = ("Qt6Core.dll", "Qt6Gui.dll", "Qt6Widgets.dll"), "Tenebrix"
 MANAGED = ("QT_PLUGIN_PATH", "QT_STYLE_OVERRIDE", "NIGHTVEIL_", "WEBVIEW2_", "TENEBRIX_WEBVIEW_")  # names the launcher sets
 

@@ -164,8 +164,7 @@ def test_remove_shortcuts_leading_into_the_root(install):
         subprocess.run(["flock", "-w", "300", str(lock.fileno())], pass_fds=(lock.fileno(),), check=True, timeout=310)
         try:
             tidy()
-            for folder in tops - set(paths):
-                folder.mkdir()
+            [folder.mkdir() for folder in tops - set(paths)]
             links = [a for p, (_, _, t, _) in zip(paths, SHORTCUTS) if t for a in (win(p), t.format(**roots))]
             assert wine(FIXTURES / "nv-link.exe", *links, cwd=install.root, env=environment(), log=install.root / "l.log")[0] == 0
             paths[0].write_bytes(b"L\0\0\0 damaged")

@@ -40,8 +40,6 @@ class Server(ThreadingHTTPServer):
         except OSError:  # a client that gave up: expected in these tests
             pass
 
-    def handle_error(self, *_): pass  # noqa: E704
-
 
 lock = open(LOCK, "w")
 signal.alarm(600)  # the wait for the lock is bounded too; every holder stops by itself well before
