@@ -3,7 +3,7 @@
 set -euo pipefail
 . "$(dirname "$0")/env.sh"
 for _ in 1 2 3; do
-  if [ -f "$WINEPREFIX/.nv-ready" ]; then exit 0; fi
+  [ -f "$WINEPREFIX/.nv-ready" ] && exit 0
   mkdir -p "$WINEPREFIX"
   if timeout 240 wineboot -i >/dev/null 2>&1; then
     timeout 60 wineserver -w || true
