@@ -92,7 +92,7 @@ def test_dialog_saves_applies_and_starts_the_host_plainly(install):
     assert install.record().command_line == f'"{win(install.host)}"'  # through the shell, as --original
 
 
-@pytest.mark.parametrize("sentence", [SENTENCE.exit_before_plain_start, SENTENCE.plain_start_failed])
+@pytest.mark.parametrize("sentence", [SENTENCE.exit_before_plain_start, SENTENCE.plain_start_failed], ids=["running", "start-failed"])
 def test_dialog_stays_open_after_a_message(install, sentence):
     if running := sentence == SENTENCE.exit_before_plain_start:
         (install.paltalk / "host-control.ini").write_text("[Host]\nStaySeconds=120\n")
