@@ -1,7 +1,6 @@
-"""Black-box harness: runs NightveilMode.exe under Wine against fresh fixture installations, with a bounded
-wait, answering each dialog by keys after a screenshot (kept in ARTIFACTS) and reading message box texts from
-Wine's msgbox trace. Every Wine process is killed by its id when its bound passes. Only harness steps are
-retried (Wine failing to start a program, a key lost while a dialog takes the focus), never the launcher."""
+"""Black-box harness: NightveilMode.exe under Wine on fresh fixture installations, each dialog screenshot (ARTIFACTS)
+and answered by keys, message boxes read from Wine's msgbox trace, every wait bounded and its overrun killed by id.
+Only harness steps are retried (Wine failing to start, a key lost to a focus change), never the launcher."""
 import codecs, contextlib, hashlib, itertools, json, os, re, select, shutil, signal, subprocess, sys, time  # noqa: E401
 from base64 import urlsafe_b64encode
 from pathlib import Path
@@ -11,12 +10,9 @@ import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("NV_BUILD_DIR", ROOT / "build" / "windows"))
-LAUNCHER = Path(os.environ.get("NV_LAUNCHER", BUILD / "NightveilMode.exe"))
-FIXTURES = Path(os.environ.get("NV_FIXTURES", BUILD / "tests" / "fixtures" / "files"))
-ARTIFACTS = Path(os.environ.get("NV_E2E_ARTIFACTS", BUILD / "e2e-artifacts"))
-CASES = Path(os.environ.get("NV_E2E_CASES", BUILD / "e2e-cases"))
-PKI = Path(os.environ.get("NV_PKI", BUILD / "pki"))
-PROBE = Path(os.environ.get("NV_FEED_PROBE", BUILD / "tests" / "feed_probe.exe"))
+given = lambda name, default: Path(os.environ.get(name, BUILD / default))  # noqa: E731  (tests/CMakeLists.txt sets them)
+LAUNCHER, FIXTURES, PROBE = given("NV_LAUNCHER", "NightveilMode.exe"), given("NV_FIXTURES", "tests/fixtures/files"), given("NV_FEED_PROBE", "tests/feed_probe.exe")
+ARTIFACTS, CASES, PKI = given("NV_E2E_ARTIFACTS", "e2e-artifacts"), given("NV_E2E_CASES", "e2e-cases"), given("NV_PKI", "pki")
 QT, TITLE = ("Qt6Core.dll", "Qt6Gui.dll", "Qt6Widgets.dll"), "Tenebrix"
 MANAGED = ("QT_PLUGIN_PATH", "QT_STYLE_OVERRIDE", "NIGHTVEIL_", "WEBVIEW2_", "TENEBRIX_WEBVIEW_")  # names the launcher sets
 
@@ -31,7 +27,6 @@ WINE_ENV = dict(line.split("=", 1) for line in subprocess.run(["bash", "-c", f'.
 
 
 def environment(extra: dict | None = None, debug: str = "-all") -> dict[str, str]:
-    """This process's environment less the launcher's own names, with Wine's settings and `extra`."""
     env = {k: v for k, v in os.environ.items() if not k.upper().startswith(MANAGED) and k != "PYTEST_CURRENT_TEST"}
     return env | WINE_ENV | {"WINEDEBUG": debug} | (extra or {})
 
@@ -110,8 +105,7 @@ def wine(program: Path, *args: str, cwd: Path = CASES, env: dict | None = None, 
 
 
 def probe(*args: str, answers=(), label: str = "probe", timed: bool = False):
-    """feed_probe's answer to `args` (tests/platform/feed_probe.cpp), its dialogs answered as by wine(); `timed`:
-    with the seconds it took by its own clock."""
+    """feed_probe's answer to `args`; `timed`: with the seconds it took by its own clock."""
     text = wine(PROBE, *args, log=CASES / f"{label}.log", answers=answers, timeout=60)[1]
     found = re.search(r"^start\r?\n(.*) (\d+)\r?$", text, re.M)
     assert found, f"feed_probe {args}: {text}"
@@ -128,16 +122,9 @@ def record(folder: Path, timeout: float = 15) -> SimpleNamespace:
                            env=dict(entries))
 
 
-def installer_record(folder: Path) -> tuple[str, str]:
-    """The parent process id and the command line the installer fixture in `folder` received."""
-    installer = record(folder)
-    return installer.parent, installer.command_line
-
-
 @contextlib.contextmanager
 def update_host(routes: dict | None, log: Path):
-    """The local update host (update_server.py) answering `routes` while the block runs; None: nothing
-    listens. Yields a function that lists the paths asked for so far."""
+    """update_server.py answering `routes` (None: nothing listens); yields the list of paths asked for so far."""
     log.write_text("")
     script = json.dumps({"routes": routes or {}, "refuse": routes is None})
     server = subprocess.Popen([sys.executable, Path(__file__).parent / "update_server.py", script, log,
@@ -150,10 +137,6 @@ def update_host(routes: dict | None, log: Path):
         server.wait(10)
 
 
-def _b64(data: bytes) -> str:
-    return urlsafe_b64encode(data).decode().rstrip("=")
-
-
 def release_manifest(revision: int, version: str, installer: Path) -> tuple[str, str]:
     """A latest.jws for `installer` signed with the test builds' key (the ES256 example key of RFC 7515, A.3),
     and the path it names on the update host. The nonce 1 needs no curve arithmetic: r is the generator's x."""
@@ -161,12 +144,13 @@ def release_manifest(revision: int, version: str, installer: Path) -> tuple[str,
     claims = {"schema": 1, "product": "tenebrix", "channel": "stable", "revision": revision, "releaseUtc": 1750000000,
               "size": installer.stat().st_size, "sha256": hashlib.sha256(installer.read_bytes()).hexdigest(),
               "path": path, "version": version}
-    signed = ".".join(_b64(json.dumps(o, separators=(",", ":")).encode()) for o in
+    b64 = lambda data: urlsafe_b64encode(data).decode().rstrip("=")  # noqa: E731
+    signed = ".".join(b64(json.dumps(o, separators=(",", ":")).encode()) for o in
                       ({"alg": "ES256", "typ": "TXUPDATE", "kid": "stable-1"}, claims))
     n, x = 0xFFFFFFFF00000000FFFFFFFFFFFFFFFFBCE6FAADA7179E84F3B9CAC2FC632551, 0x6B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C296
     d = 0x8E9B109E719098BF980487DF1F5D77E9CB29606EBED2263B5F57C213DF84F4B2  # the private key
     s = (int.from_bytes(hashlib.sha256(signed.encode()).digest(), "big") + x * d) % n
-    return signed + "." + _b64(x.to_bytes(32, "big") + s.to_bytes(32, "big")), path
+    return signed + "." + b64(x.to_bytes(32, "big") + s.to_bytes(32, "big")), path
 
 
 def uninstall_key(root: str, view: int) -> str:
@@ -227,18 +211,13 @@ class Install:
     def mark_tested(self) -> None:
         (self.tenebrix / "compatibility.ini").write_text(f"[Tested]\nHashes={self.hashes()}\n")
 
-    def theme(self) -> dict[str, str]:
-        return {"QT_PLUGIN_PATH": win(self.tenebrix) + "\\plugins", "QT_STYLE_OVERRIDE": "Nightveil",
-                "NIGHTVEIL_HOME": win(self.tenebrix), "NIGHTVEIL_HASHES": self.hashes()}
-
     def settle(self) -> list[str]:
         """Stops the case's host; kills by id, and returns, what of the case still runs after 15 s."""
         (self.paltalk / "host-stop").touch()
         pattern = self.root.name + r"[/\\]"  # a path in this case's folder, in Unix or Windows spelling
         ours = lambda: subprocess.run(["pgrep", "-if", pattern], capture_output=True, text=True, timeout=10).stdout.split()  # noqa: E731
         left = [] if wait_for(lambda: not ours(), 15) else ours()
-        if left:
-            subprocess.run(["kill", "-9", *left], capture_output=True, timeout=10)
+        left and subprocess.run(["kill", "-9", *left], capture_output=True, timeout=10)
         return left
 
 
@@ -248,8 +227,7 @@ def session_keeper():
     up, so runs start fast, and its record holds the block any program this harness starts receives."""
     assert LAUNCHER.exists() and os.environ.get("DISPLAY"), "build the windows preset and provide a display"
     subprocess.run([ROOT / "tests" / "wine" / "make-prefix.sh"], check=True, timeout=900, stdout=subprocess.DEVNULL)
-    for folder in (ARTIFACTS, CASES):
-        folder.mkdir(parents=True, exist_ok=True)
+    [folder.mkdir(parents=True, exist_ok=True) for folder in (ARTIFACTS, CASES)]
     # Entries a killed run may have left; with no window manager on Xvfb, Wine waits 2 s for one after each
     # dialog: leave them to Wine alone.
     registry(*(f"[-{uninstall_key(root, view)}]" for root in ("HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE") for view in (32, 64)),
@@ -265,8 +243,7 @@ def session_keeper():
     try:
         yield keeper.record()
     finally:
-        (keeper.paltalk / "host-stop").touch()
-        wait_for(lambda: proc.poll() is not None, 15)
+        keeper.settle()
         kill(proc)
 
 

@@ -4,22 +4,18 @@ from pathlib import Path
 
 import pytest
 
-from harness import EXIT, FIXTURES, MANAGED, ROOT, SENTENCE, TITLE, WINE_ENV, Install, environment, read_ini, wait_for, win, wine
+from harness import EXIT, FIXTURES, MANAGED, ROOT, SENTENCE, TITLE, WINE_ENV, Install, environment, wait_for, win, wine
 from harness import install, make_install, session_keeper, uninstall_entry  # noqa: F401  (fixtures)
 
-# A caller started from a full-dark launch, with the user's own values under the launcher's markers.
-THEMED_CALLER = {
-    "QT_PLUGIN_PATH": "Z:\\elsewhere\\plugins", "qt_style_override": "Fusion", "NIGHTVEIL_HOME": "Z:\\old",
-    "NIGHTVEIL_HASHES": "old", "NIGHTVEIL_DIAGNOSTICS": "Z:\\old.txt", "WEBVIEW2_DEFAULT_BACKGROUND_COLOR": "FF202328",
-    "TENEBRIX_WEBVIEW_BACKGROUND_ACTIVE": "present", "TENEBRIX_WEBVIEW_BACKGROUND_ORIGINAL": "00000000",
-    "WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS": '"--enable-features=WebContentsForceDark"',
-    "TENEBRIX_WEBVIEW_ARGS_ACTIVE": "absent", "NV_E2E_ODD": 'a "quoted" value = with equals', "NV_E2E_EMPTY": "",
-}
-LAYOUT = "Z:\\d\\layout.txt"
-USERS_BACKGROUND = {"WEBVIEW2_DEFAULT_BACKGROUND_COLOR": "00000000"}
+LAYOUT, USERS_BACKGROUND = "Z:\\d\\layout.txt", {"WEBVIEW2_DEFAULT_BACKGROUND_COLOR": "00000000"}
 DARK_BROWSER = {"WEBVIEW2_DEFAULT_BACKGROUND_COLOR": "FF202328", "TENEBRIX_WEBVIEW_BACKGROUND_ACTIVE": "present",
                 "TENEBRIX_WEBVIEW_BACKGROUND_ORIGINAL": "00000000", "TENEBRIX_WEBVIEW_ARGS_ACTIVE": "absent",
                 "WEBVIEW2_ADDITIONAL_BROWSER_ARGUMENTS": '"--enable-features=WebContentsForceDark"'}
+# A caller started from a full-dark launch, with the user's own values under the launcher's markers.
+THEMED_CALLER = DARK_BROWSER | {
+    "QT_PLUGIN_PATH": "Z:\\elsewhere\\plugins", "qt_style_override": "Fusion", "NIGHTVEIL_HOME": "Z:\\old",
+    "NIGHTVEIL_HASHES": "old", "NIGHTVEIL_DIAGNOSTICS": "Z:\\old.txt", "NV_E2E_ODD": 'a "quoted" value = with equals',
+    "NV_E2E_EMPTY": ""}
 
 
 def status(mode: str) -> dict:
@@ -39,7 +35,9 @@ def test_launch_passes_its_block_and_command_line(install, session_keeper, mode,
     assert record.command_line == f'"{win(install.host)}"' + (" -style Nightveil" if theme else "")
     assert record.directory == win(install.paltalk)
     caller = [(n, v) for n, v in session_keeper.block + list(THEMED_CALLER.items()) if not n.upper().startswith(MANAGED)]
-    expected = caller + list(((install.theme() if theme else {}) | browser).items())
+    themed = {"QT_PLUGIN_PATH": win(install.tenebrix) + "\\plugins", "QT_STYLE_OVERRIDE": "Nightveil",
+              "NIGHTVEIL_HOME": win(install.tenebrix), "NIGHTVEIL_HASHES": install.hashes()} if theme else {}
+    expected = caller + list((themed | browser).items())
     assert record.block == sorted(expected, key=lambda entry: entry[0].lower())  # the order of _wcsicmp
     assert install.ini("last-status.ini") == status(mode)
     if mode == "full-dark":  # the first launch saves the host through the Windows profile API: UTF-16, seven keys
@@ -95,14 +93,6 @@ def test_no_host_found_says_so_and_the_file_dialog_picks_one(install):
     assert install.ini("settings.ini")["Paltalk"]["Exe"] == win(install.host)
 
 
-def test_signed_update_is_judged_compatible(make_install):
-    """Host and Qt libraries signed by the test PKI; Wine trusts its root after tests/pki/install-root.sh."""
-    install = make_install(host_files=FIXTURES / "signed", host=FIXTURES / "signed" / "Paltalk.exe")
-    output = install.root / "probe.ini"
-    assert install.run("--probe", "--output", win(output), "--paltalk", win(install.host))[:2] == (EXIT.done, [])
-    assert read_ini(output)["Info"]["Status"] == SENTENCE.signed_update
-
-
 @pytest.fixture(scope="module")
 def themed_host():
     """A host of a tested build that has loaded its installation's plugin, running for this module."""
@@ -132,24 +122,23 @@ def test_beside_a_running_themed_host(themed_host, args, answers, code, messages
     assert install.record().pid == record.pid  # no second host
 
 
-SIGNED = (ROOT / "tests/fuzz/corpus/all/manifest-signed.txt").read_text()  # with the test presets' key
+SIGNED, PRIMARY = (ROOT / "tests/fuzz/corpus/all/manifest-signed.txt").read_text(), FIXTURES / "installer/installer-primary.exe"
 
 
-@pytest.mark.parametrize("text, path, code", [  # through the real CNG; too large or relative: not read at all
-    (SIGNED, "{root}\\latest.jws", EXIT.done), (SIGNED + "\n", "{root}\\latest.jws", EXIT.not_acceptable),
-    ("A" * 16384, "{root}\\latest.jws", EXIT.not_acceptable), ("A" * 16385, "{root}\\latest.jws", EXIT.bad_use),
-    (SIGNED, "latest.jws", EXIT.bad_use)])
-def test_verify_update_manifest(install, text, path, code):
+@pytest.mark.parametrize("text, args, code", [  # through the real CNG and WinVerifyTrust; too large or relative: not read
+    (SIGNED, "--verify-update-manifest {root}\\latest.jws", EXIT.done),
+    (SIGNED.ljust(16384, "\n"), "--verify-update-manifest {root}\\latest.jws", EXIT.not_acceptable),  # read as it is
+    ("A" * 16385, "--verify-update-manifest {root}\\latest.jws", EXIT.bad_use),
+    (SIGNED, "--verify-update-manifest latest.jws", EXIT.bad_use),
+    ("", "--verify-update-installer {primary} --size {size} --sha256 {sha256}", EXIT.not_acceptable),  # one signer
+    ("", "--probe --paltalk {host}", EXIT.done)],  # host and Qt libraries signed by the test PKI: a signed update
+    ids=["signed", "read-as-is", "too-large", "relative", "one-signer", "signed-host"])
+def test_real_signatures(make_install, text, args, code):
+    install = make_install(host_files=FIXTURES / "signed", host=FIXTURES / "signed" / "Paltalk.exe")
     (install.root / "latest.jws").write_text(text)
-    assert install.run("--verify-update-manifest", path.format(root=win(install.root)))[:2] == (code, [])
-
-
-@pytest.mark.parametrize("installer", ["installer/installer-primary.exe", "installer/installer-swapped.exe", "Paltalk.exe"])
-def test_verify_update_installer(install, installer):  # each refused by its real signatures. Wine reports the primary
-    installer = FIXTURES / installer  # signer at every index: a dual one fails too, so the unit tests take size and digest
-    digest = hashlib.sha256(installer.read_bytes()).hexdigest()
-    assert install.run("--verify-update-installer", win(installer), "--size", str(installer.stat().st_size),
-                       "--sha256", digest)[:2] == (EXIT.not_acceptable, [])
+    values = {"root": win(install.root), "host": win(install.host), "primary": win(PRIMARY), "size": PRIMARY.stat().st_size,
+              "sha256": hashlib.sha256(PRIMARY.read_bytes()).hexdigest()}
+    assert install.run(*args.format(**values).split())[:2] == (code, [])
 
 
 # Wine's Desktop (0) and Programs (1) folders: name, target (None: a damaged file), the run that removes it (1: --root
@@ -175,8 +164,7 @@ def test_remove_shortcuts_leading_into_the_root(install):
         subprocess.run(["flock", "-w", "300", str(lock.fileno())], pass_fds=(lock.fileno(),), check=True, timeout=310)
         try:
             tidy()
-            for folder in tops - set(paths):
-                folder.mkdir()
+            [folder.mkdir() for folder in tops - set(paths)]
             links = [a for p, (_, _, t, _) in zip(paths, SHORTCUTS) if t for a in (win(p), t.format(**roots))]
             assert wine(FIXTURES / "nv-link.exe", *links, cwd=install.root, env=environment(), log=install.root / "l.log")[0] == 0
             paths[0].write_bytes(b"L\0\0\0 damaged")

@@ -1,5 +1,5 @@
 """Support and recovery under Wine: the closed report, and the dialog driven by keys."""
-import getpass, hashlib, json, re, socket, subprocess  # noqa: E401
+import getpass, hashlib, json, re, socket  # noqa: E401
 
 import pytest
 
@@ -25,8 +25,8 @@ def read_report(path, install, **values) -> None:
     ordered = lambda pairs: {k: ordered(v) if isinstance(v, list) else v for k, v in pairs}  # noqa: E731
     report = ordered(json.loads(text, object_pairs_hook=list, parse_constant=pytest.fail))
     versions = report["versions"]
-    assert re.fullmatch(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", report["generatedUtc"]) and type(versions["windowsBuild"]) is int
-    assert type(versions["windowsUBR"]) in (int, type(None))
+    assert re.fullmatch(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", report["generatedUtc"]), report["generatedUtc"]
+    assert (type(versions["windowsBuild"]), type(versions["windowsUBR"])) in ((int, int), (int, type(None)))
     v = {"elevated": True, "browserDarkEnabled": True} | values  # every token reads as elevated under Wine
     expected = {"schemaVersion": 1, "generatedUtc": report["generatedUtc"],
                 "versions": versions | {k: v[k] for k in ("paltalk", "qt", "webView2")} | {"tenebrix": VERSION},
@@ -37,7 +37,7 @@ def read_report(path, install, **values) -> None:
     assert json.dumps(report) == json.dumps(expected)  # the order of keys included
 
 
-def record(path, signature: str, code: int) -> dict:
+def record(path, signature: str = "unsigned", code: int = 2148204800) -> dict:
     return {"present": True, "sha256": hashlib.sha256(path.read_bytes()).hexdigest(), "signature": signature,
             "verificationCode": code}
 
@@ -52,16 +52,14 @@ def test_report_with_and_without_a_host(make_install):
     assert themed.run("--support-report", win(target), "--paltalk", win(themed.host))[:2] == (EXIT.done, [])
     read_report(target, themed, paltalk="1.34.7.0", qt="6.11.1.0", webView2=None, compatibility="recognized",
                 lastLaunchMode=None, paltalkRunning="no", themeLoaded="no", webViewProcesses=0,
-                package={"launcher": record(themed.launcher, "unsigned", 2148204800),
-                         "plugin": record(plugin, "valid-offline", 0), "uninstaller": MISSING},
+                package={"launcher": record(themed.launcher), "plugin": record(plugin, "valid-offline", 0), "uninstaller": MISSING},
                 lastOperation={"operation": "create-process", "errorCode": 5})
 
     bare = make_install("-bare")
     target = bare.root / "report.json"
     assert bare.run("--support-report", win(target), "--browser-dark", "off")[:2] == (EXIT.done, [])
     read_report(target, bare, **UNAVAILABLE, browserDarkEnabled=False, lastOperation={"operation": None, "errorCode": None},
-                package={"launcher": record(bare.launcher, "unsigned", 2148204800),
-                         "plugin": record(bare.tenebrix / "plugins" / "styles" / "Nightveil.dll", "unsigned", 2148204800),
+                package={"launcher": record(bare.launcher), "plugin": record(bare.tenebrix / "plugins" / "styles" / "Nightveil.dll"),
                          "uninstaller": MISSING})
 
 
@@ -71,8 +69,7 @@ DIALOG = SENTENCE.support_title  # closed by its Close button (Alt+C): Wine's ta
 def tick_box(window: str) -> None:
     """Clicks the check box at the dialog's lower left (Wine's check box ignores a typed space), then moves
     the focus back to the second command link."""
-    geometry = subprocess.run(["xdotool", "getwindowgeometry", window], capture_output=True, text=True, timeout=10)
-    xdo("mousemove", "--window", window, "20", str(int(re.search(r"x(\d+)", geometry.stdout)[1]) - 28))
+    xdo("mousemove", "--window", window, "20", str(int(xdo("getwindowgeometry", window)[-1].split("x")[1]) - 28))
     xdo("click", "1")
     xdo("key", "shift+Tab", "shift+Tab")
 
@@ -95,10 +92,9 @@ def test_dialog_saves_applies_and_starts_the_host_plainly(install):
     assert install.record().command_line == f'"{win(install.host)}"'  # through the shell, as --original
 
 
-@pytest.mark.parametrize("case", ["running", "start_failed"])
-def test_dialog_stays_open_after_a_message(make_install, case):
-    install = make_install()
-    if case == "running":
+@pytest.mark.parametrize("sentence", [SENTENCE.exit_before_plain_start, SENTENCE.plain_start_failed], ids=["running", "start-failed"])
+def test_dialog_stays_open_after_a_message(install, sentence):
+    if running := sentence == SENTENCE.exit_before_plain_start:
         (install.paltalk / "host-control.ini").write_text("[Host]\nStaySeconds=120\n")
         assert install.run("--desktop-launch", "--original", "--paltalk", win(install.host))[0] == EXIT.done
         first = install.record().pid
@@ -106,6 +102,5 @@ def test_dialog_stays_open_after_a_message(make_install, case):
         install.host.write_text("not a program")
     answers = (("Return", DIALOG, ""), "Return", ("alt+c", DIALOG, ""))
     code, messages, shots = install.run("--support", "--desktop-launch", "--paltalk", win(install.host), answers=answers)
-    sentence = SENTENCE.exit_before_plain_start if case == "running" else SENTENCE.plain_start_failed
     assert (code, messages, len(shots)) == (EXIT.done, [sentence], 3)
-    assert case != "running" or install.record().pid == first  # no second host
+    assert not running or install.record().pid == first  # no second host

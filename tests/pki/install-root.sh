@@ -1,6 +1,5 @@
 #!/usr/bin/env bash
-# Puts test roots into the system store, where Wine's crypt32 finds the roots it
-# trusts; run as root: install-root.sh <root.crt>... A root already there is left alone.
+# install-root.sh <root.crt>..., as root: the test roots into the system store, where Wine's crypt32 finds them.
 set -euo pipefail
 store=/usr/local/share/ca-certificates changed=0
 mkdir -p $store

@@ -1,9 +1,7 @@
 #!/usr/bin/env bash
-# Makes the test PKI in <dir>, which must lie in a build directory since it holds
-# the private keys: root.crt/.key, "Tenebrix Test Root <random>", and the
-# code-signing certificates of the host's, Qt's and the installer's signers (paltalk, qt,
-# orvane, elin); and, under a CA of its own (update-root), the TLS certificate of the update host
-# <host> (update-server), for the local HTTPS server of the tests.
+# Makes the test PKI, private keys included, in <dir> (a build directory): root.crt/.key "Tenebrix Test Root
+# <random>" over the code-signing certificates of the host, Qt and the installer (paltalk, qt, orvane, elin), and
+# update-root over the TLS certificate of the update host <host> (update-server).
 set -euo pipefail
 dir=$1 host=${2:-updates.tenebrix.test} days=3650
 mkdir -p "$dir"

@@ -1,10 +1,7 @@
 #!/usr/bin/env bash
-# Makes this machine the update host for the HTTPS tests, or stops it being one:
-#   update-host.sh install|remove <update-root.crt> [<host>]
-# install puts the CA into the system store (where Wine's crypt32 finds the
-# roots it trusts) and maps the host name to 127.0.0.1 in /etc/hosts; remove
-# takes out both. Both are keyed by the CA's fingerprint, so checkouts testing
-# at once touch only their own CA and line. Idempotent; run as root.
+# update-host.sh install|remove <update-root.crt> [<host>], as root: puts the CA into the system store (where
+# Wine's crypt32 finds its roots) and maps the host to 127.0.0.1 in /etc/hosts, or takes both out. Both are keyed
+# by the CA's fingerprint, so checkouts testing at once touch only their own. Idempotent.
 set -euo pipefail
 action=$1 ca=$2 host=${3:-updates.tenebrix.test}
 fingerprint=$(openssl x509 -in "$ca" -noout -fingerprint -sha256 | sed 's/.*=//; s/://g' | tr A-F a-f)

@@ -1,6 +1,5 @@
-// One step of the update on the real backend, for e2e/test_feed.py and test_update.py: prints "start", then
-// its answer ("ok <bytes>" or the failure word; "started <own pid>" or "not started"; "true" or "false") and
-// the milliseconds taken. "-" stands for an empty browser preference or diagnostic path.
+// One step of the update on the real backend: prints "start", then its answer ("ok <bytes>" or the failure word;
+// "started <own pid>" or "not started"; "true" or "false") and the milliseconds taken. "-": an empty value.
 //   feed_probe feed | feed_probe download <path> <size> <file> <cancel after ms: 0 at once, -1 never>
 //   feed_probe start <installer> <host> <resume dark: 1|0> <browser dark> <diagnostic>
 //   feed_probe wait <host> <installation>

@@ -1,10 +1,9 @@
 #!/usr/bin/env bash
-# Makes the private Wine prefix once; later calls find it ready. A first boot
-# that fails or hangs (Wine under load) is tried again, three times at most.
+# Makes the private Wine prefix once; a boot that fails or hangs (Wine under load) is tried three times at most.
 set -euo pipefail
 . "$(dirname "$0")/env.sh"
 for _ in 1 2 3; do
-  if [ -f "$WINEPREFIX/.nv-ready" ]; then exit 0; fi
+  [ -f "$WINEPREFIX/.nv-ready" ] && exit 0
   mkdir -p "$WINEPREFIX"
   if timeout 240 wineboot -i >/dev/null 2>&1; then
     timeout 60 wineserver -w || true

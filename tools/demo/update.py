@@ -3,7 +3,7 @@ test key, update_server.py serves it as the update host, and a dark launch under
 question. Then the hand-over that follows passed signatures, by the same code through feed_probe."""
 import base64, re, shutil, subprocess  # noqa: E401
 
-from harness import BUILD, CASES, EXIT, ROOT, SENTENCE, Install, installer_record, probe, registry, update_host, win
+from harness import BUILD, CASES, EXIT, ROOT, SENTENCE, Install, probe, record, registry, update_host, win
 from test_update import DUAL, FEED, QUESTION, cache
 
 RELEASE = ROOT / "build" / "native" / "nv-release"
@@ -56,7 +56,7 @@ print("What a Windows machine does next, after both signatures pass: the launche
 folder = cache() / "stable" / "17"
 shutil.copy2(DUAL, folder / setup.name)
 answer = probe("start", win(folder / setup.name), win(install.host), "1", "-", "-")
-parent, line = installer_record(folder)
+parent, line = record(folder).parent, record(folder).command_line
 print(f"  feed_probe: {answer}\n  the installer's parent process id: {parent}\n  the installer's command line:\n  {line}")
 install.settle()
 raise SystemExit(0 if (code, messages, requests) == (EXIT.done, [QUESTION, SENTENCE.update_download_failed], [FEED, path])
