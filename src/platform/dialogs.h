@@ -42,20 +42,24 @@ inline constexpr int dialog_failed = 0;
 // the close box), or dialog_failed.
 int command_link_dialog(const CommandLinkDialog& dialog);
 
-// A task dialog of command links under a content text, with a check box
-// (the verification text) below them; no owner window, no icon.
+// What the launcher's task dialogs show: no owner window, no icon.
+struct TaskDialog {
+  std::wstring window_title;
+  std::wstring main_instruction;
+  std::wstring content;
+  unsigned flags = 0;           // TDF_*
+  unsigned common_buttons = 0;  // TDCBF_*
+};
+
+// A task dialog of command links under its content, with a check box (the
+// verification text) below them.
 inline constexpr unsigned tdf_allow_dialog_cancellation = 0x8;
 inline constexpr unsigned tdf_use_command_links = 0x10;
 inline constexpr unsigned tdf_verification_flag_checked = 0x100;
 inline constexpr unsigned tdcbf_close_button = 0x20;
-struct CheckBoxDialog {
-  std::wstring window_title;
-  std::wstring main_instruction;
-  std::wstring content;
+struct CheckBoxDialog : TaskDialog {
   std::wstring verification_text;
   std::vector<TaskDialogButton> buttons;  // in the order shown
-  unsigned flags = 0;                     // TDF_*
-  unsigned common_buttons = 0;            // TDCBF_*
 };
 struct CheckBoxAnswer {
   int button = dialog_failed;  // the id that closed the dialog, or dialog_failed
@@ -69,13 +73,7 @@ inline constexpr unsigned tdf_callback_timer = 0x800;
 inline constexpr unsigned tdf_show_progress_bar = 0x200;
 inline constexpr unsigned tdcbf_ok_button = 0x1;
 inline constexpr unsigned tdcbf_cancel_button = 0x8;
-struct TimerDialog {
-  std::wstring window_title;
-  std::wstring main_instruction;
-  std::wstring content;
-  unsigned flags = 0;           // TDF_*
-  unsigned common_buttons = 0;  // TDCBF_*
-};
+using TimerDialog = TaskDialog;
 enum class DialogEvent { timer, button_clicked };
 // What a callback may do to its open dialog.
 struct DialogWindow {

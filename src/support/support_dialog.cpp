@@ -20,16 +20,15 @@ constexpr int apply_preference_button = 102;
 
 platform::CheckBoxDialog support_dialog(bool checked) {
   using namespace platform;
-  return {sentence::support_title,
-          sentence::support_instruction,
-          std::wstring(sentence::exit_before_plain_start) + L"\n\n" + sentence::report_promise + L"\n\n" +
-              sentence::preference_next_launch,
+  return {{sentence::support_title, sentence::support_instruction,
+           std::wstring(sentence::exit_before_plain_start) + L"\n\n" + sentence::report_promise + L"\n\n" +
+               sentence::preference_next_launch,
+           tdf_allow_dialog_cancellation | tdf_use_command_links | (checked ? tdf_verification_flag_checked : 0u),
+           tdcbf_close_button},
           sentence::darken_pages,
           {{start_plain_button, sentence::start_plain},
            {save_report_button, sentence::save_report},
-           {apply_preference_button, sentence::apply_preference}},
-          tdf_allow_dialog_cancellation | tdf_use_command_links | (checked ? tdf_verification_flag_checked : 0u),
-          tdcbf_close_button};
+           {apply_preference_button, sentence::apply_preference}}};
 }
 
 // The way out when the theme or the analysis is the trouble: the host starts

@@ -33,14 +33,14 @@ TaskDialogIndirectFn task_dialog_indirect() {
 struct Config {
   TASKDIALOGCONFIG config{};
   std::vector<TASKDIALOG_BUTTON> buttons;
-  Config(const std::wstring& title, const std::wstring& instruction, const std::vector<TaskDialogButton>& choices,
-         unsigned flags, unsigned common_buttons) {
+  Config(const TaskDialog& dialog, const std::vector<TaskDialogButton>& choices) {
     for (const auto& button : choices) buttons.push_back({button.id, button.text.c_str()});
     config.cbSize = sizeof(config);
-    config.dwFlags = flags;
-    config.dwCommonButtons = common_buttons;
-    config.pszWindowTitle = title.c_str();
-    config.pszMainInstruction = instruction.c_str();
+    config.dwFlags = dialog.flags;
+    config.dwCommonButtons = dialog.common_buttons;
+    config.pszWindowTitle = dialog.window_title.c_str();
+    config.pszMainInstruction = dialog.main_instruction.c_str();
+    config.pszContent = dialog.content.empty() ? nullptr : dialog.content.c_str();
     config.cButtons = static_cast<UINT>(buttons.size());
     config.pButtons = buttons.empty() ? nullptr : buttons.data();
   }
@@ -55,14 +55,12 @@ int show(const TASKDIALOGCONFIG& config, BOOL* checked = nullptr) {
 }
 
 int command_link_dialog(const CommandLinkDialog& dialog) {
-  const Config shown(dialog.window_title, dialog.main_instruction, dialog.buttons, TDF_USE_COMMAND_LINKS,
-                     TDCBF_CANCEL_BUTTON);
-  return show(shown.config);
+  const TaskDialog shown{dialog.window_title, dialog.main_instruction, {}, TDF_USE_COMMAND_LINKS, TDCBF_CANCEL_BUTTON};
+  return show(Config(shown, dialog.buttons).config);
 }
 
 CheckBoxAnswer check_box_dialog(const CheckBoxDialog& dialog) {
-  Config shown(dialog.window_title, dialog.main_instruction, dialog.buttons, dialog.flags, dialog.common_buttons);
-  shown.config.pszContent = dialog.content.c_str();
+  Config shown(dialog, dialog.buttons);
   shown.config.pszVerificationText = dialog.verification_text.c_str();
   BOOL checked = FALSE;
   const int pressed = show(shown.config, &checked);
@@ -93,8 +91,7 @@ HRESULT CALLBACK timer_dialog_callback(HWND window, UINT notification, WPARAM wp
 }  // namespace
 
 int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
-  Config shown(dialog.window_title, dialog.main_instruction, {}, dialog.flags, dialog.common_buttons);
-  shown.config.pszContent = dialog.content.c_str();
+  Config shown(dialog, {});
   shown.config.pfCallback = timer_dialog_callback;
   shown.config.lpCallbackData = reinterpret_cast<LONG_PTR>(&callback);
   return show(shown.config);
