@@ -60,7 +60,8 @@ void set_version(const std::wstring& path, std::uint32_t ms, std::uint32_t ls) {
 struct Installation {
   nv::test::TempDir dir;
   std::wstring exe = dir / L"Paltalk\\Paltalk.exe";
-  std::vector<std::wstring> libraries = {dir / L"Paltalk\\Qt6Core.dll", dir / L"Paltalk\\Qt6Gui.dll",
+  std::vector<std::wstring> libraries = {dir / L"Paltalk\\Qt6Core.dll",
+                                         dir / L"Paltalk\\Qt6Gui.dll",
                                          dir / L"Paltalk\\Qt6Widgets.dll"};
 
   Installation() {
@@ -106,16 +107,27 @@ int main(int argc, char** argv) {
     return 1;
   }
 
-  benchmark::RegisterBenchmark("hash_largest_file", [&](benchmark::State& state) {
-    for (auto _ : state) benchmark::DoNotOptimize(nv::sha256_file_hex(installation.exe));
-  })->UseRealTime()->Unit(benchmark::kMillisecond)->ComputeStatistics("min", fastest);
-  benchmark::RegisterBenchmark("analyze_host", [&](benchmark::State& state) {
-    for (auto _ : state) {
-      const nv::HostAnalysis analysis = nv::analyze_host(installation.exe);
-      if (!analysis.recognized) state.SkipWithError("analysis no longer recognizes the fixture");
-      benchmark::DoNotOptimize(analysis);
-    }
-  })->UseRealTime()->Unit(benchmark::kMillisecond)->ComputeStatistics("min", fastest);
+  benchmark::RegisterBenchmark("hash_largest_file",
+                               [&](benchmark::State& state) {
+                                 for (auto _ : state)
+                                   benchmark::DoNotOptimize(nv::sha256_file_hex(installation.exe));
+                               })
+      ->UseRealTime()
+      ->Unit(benchmark::kMillisecond)
+      ->ComputeStatistics("min", fastest);
+  benchmark::RegisterBenchmark(
+      "analyze_host",
+      [&](benchmark::State& state) {
+        for (auto _ : state) {
+          const nv::HostAnalysis analysis = nv::analyze_host(installation.exe);
+          if (!analysis.recognized)
+            state.SkipWithError("analysis no longer recognizes the fixture");
+          benchmark::DoNotOptimize(analysis);
+        }
+      })
+      ->UseRealTime()
+      ->Unit(benchmark::kMillisecond)
+      ->ComputeStatistics("min", fastest);
 
   FastestReporter reporter;
   benchmark::RunSpecifiedBenchmarks(&reporter);
@@ -123,9 +135,11 @@ int main(int argc, char** argv) {
 
   const auto analysis = reporter.milliseconds.find("analyze_host");
   const auto largest = reporter.milliseconds.find("hash_largest_file");
-  if (analysis == reporter.milliseconds.end() || largest == reporter.milliseconds.end() || largest->second <= 0) return 1;
-  std::printf("analyze_host %.2f ms, largest file alone %.2f ms (fastest repetitions)\n", analysis->second,
-              largest->second);
+  if (analysis == reporter.milliseconds.end() || largest == reporter.milliseconds.end() ||
+      largest->second <= 0)
+    return 1;
+  std::printf("analyze_host %.2f ms, largest file alone %.2f ms (fastest repetitions)\n",
+              analysis->second, largest->second);
   std::printf("ratio %.2f\n", analysis->second / largest->second);
   return 0;
 }

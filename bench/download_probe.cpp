@@ -1,12 +1,18 @@
-// The installer download and its checks, timed inside the program, for tools/bench-download.sh. Prints "start",
-// then one answer line, each mode's figures after "ok" or the failure word.
-//   download_probe download <path> <size> <file>  download_to_file; "ok <bytes> <ms>". Waits for a line before
-//                                                 the download and one after it, so that the memory the process
-//                                                 holds can be read from outside at both points.
-//   download_probe read <path> <size>             the same request, read by WinHttpReadData into one buffer
-//                                                 of the loop's size and nothing written; "ok <bytes> <ms>"
-//   download_probe write <file> <size>            the loop's writes alone: <size> bytes by WriteFile in reads'
-//                                                 sizes, then FlushFileBuffers; "ok <write ms> <flush ms>"
+// The installer download and its checks, timed inside the program, for tools/bench-download.sh.
+// Prints "start", then one answer line, each mode's figures after "ok" or the failure word.
+//   download_probe download <path> <size> <file>  download_to_file; "ok <bytes> <ms>". Waits for a
+//   line before
+//                                                 the download and one after it, so that the memory
+//                                                 the process holds can be read from outside at
+//                                                 both points.
+//   download_probe read <path> <size>             the same request, read by WinHttpReadData into
+//   one buffer
+//                                                 of the loop's size and nothing written; "ok
+//                                                 <bytes> <ms>"
+//   download_probe write <file> <size>            the loop's writes alone: <size> bytes by
+//   WriteFile in reads'
+//                                                 sizes, then FlushFileBuffers; "ok <write ms>
+//                                                 <flush ms>"
 //   download_probe verify <file> <size> <sha256>  sha256_file_hex, then the whole verify_installer;
 //                                                 "ok <sha256 ms> <verify ms> <verified 0|1>"
 #include <algorithm>
@@ -40,7 +46,8 @@ void wait_for_line() {
 std::uint64_t read_only(const std::wstring& path) {
   namespace p = nv::platform;
   const p::HttpHandle session = p::http_open(nv::update_user_agent, false);
-  const p::HttpHandle connection = p::http_connect(session.get(), nv::build::update_host, nv::update_port);
+  const p::HttpHandle connection =
+      p::http_connect(session.get(), nv::build::update_host, nv::update_port);
   const p::HttpHandle request = p::http_open_request(connection.get(), path);
   if (!request || !p::http_send(request.get(), nullptr) || !p::http_receive(request.get()))
     nv::fail(nv::failure::download_network);
@@ -78,8 +85,10 @@ int wmain(int argc, wchar_t** argv) {
       auto begin = Clock::now();
       const nv::platform::NewFile file = nv::platform::create_new_file(argv[2]);
       for (std::uint64_t done = 0; file && done < manifest.size; done += bytes.size()) {
-        const auto count = static_cast<std::uint32_t>(std::min<std::uint64_t>(manifest.size - done, bytes.size()));
-        if (!nv::platform::write_all(file.get(), bytes.data(), count)) nv::fail(nv::failure::download_file);
+        const auto count =
+            static_cast<std::uint32_t>(std::min<std::uint64_t>(manifest.size - done, bytes.size()));
+        if (!nv::platform::write_all(file.get(), bytes.data(), count))
+          nv::fail(nv::failure::download_file);
       }
       const long long written = ms_since(begin);
       begin = Clock::now();

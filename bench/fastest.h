@@ -11,7 +11,9 @@
 
 namespace nv::bench {
 
-inline double fastest(const std::vector<double>& times) { return *std::min_element(times.begin(), times.end()); }
+inline double fastest(const std::vector<double>& times) {
+  return *std::min_element(times.begin(), times.end());
+}
 
 // Prints as usual and keeps each benchmark's "min" aggregate, in milliseconds.
 class FastestReporter : public benchmark::ConsoleReporter {

@@ -36,7 +36,8 @@ void write_file(const std::wstring& path, std::uint64_t size) {
       state ^= state << 17;
       for (int k = 0; k < 8; ++k) chunk[i + k] = static_cast<char>(state >> (8 * k));
     }
-    out.write(chunk.data(), static_cast<std::streamsize>(std::min<std::uint64_t>(chunk.size(), size - written)));
+    out.write(chunk.data(),
+              static_cast<std::streamsize>(std::min<std::uint64_t>(chunk.size(), size - written)));
   }
 }
 
@@ -62,7 +63,10 @@ using nv::bench::fastest;
 using nv::bench::FastestReporter;
 
 void configure(benchmark::internal::Benchmark* b) {
-  b->UseRealTime()->Unit(benchmark::kMillisecond)->Repetitions(7)->ComputeStatistics("min", fastest);
+  b->UseRealTime()
+      ->Unit(benchmark::kMillisecond)
+      ->Repetitions(7)
+      ->ComputeStatistics("min", fastest);
   b->ReportAggregatesOnly(true);
 }
 
@@ -122,8 +126,8 @@ int main(int argc, char** argv) {
   const double project_rate = static_cast<double>(file_size) / mib / (project->second / 1e3);
   const double openssl_rate = static_cast<double>(file_size) / mib / (openssl_hashing / 1e3);
   std::printf("sha256_file_hex: %.0f MiB/s (%.1f ms for 64 MiB)\n", project_rate, project->second);
-  std::printf("openssl dgst -sha256: %.0f MiB/s (%.1f ms, less %.1f ms to start the command)\n", openssl_rate,
-              openssl->second, start->second);
+  std::printf("openssl dgst -sha256: %.0f MiB/s (%.1f ms, less %.1f ms to start the command)\n",
+              openssl_rate, openssl->second, start->second);
   std::printf("peak memory growth while hashing: %ld KiB\n", rss_growth);
   if (rss_growth > 8 * 1024) {
     std::fprintf(stderr, "the digest's memory grew with the file\n");

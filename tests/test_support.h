@@ -1,6 +1,6 @@
 #pragma once
-// Helpers of the unit and platform tests: a scratch directory named the way the program names paths (Z:\...
-// natively, as under Wine), whole-file writes, and the text of a raised failure.
+// Helpers of the unit and platform tests: a scratch directory named the way the program names paths
+// (Z:\... natively, as under Wine), whole-file writes, and the text of a raised failure.
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -19,7 +19,8 @@ inline std::filesystem::path to_fs(std::wstring path) {
 
 // A fresh directory, removed with everything in it when the test ends.
 struct TempDir {
-  std::filesystem::path native = std::filesystem::temp_directory_path() / ("nv-" + std::to_string(std::random_device()()));
+  std::filesystem::path native =
+      std::filesystem::temp_directory_path() / ("nv-" + std::to_string(std::random_device()()));
   std::wstring path = [this] {
     std::filesystem::create_directories(native);
     std::wstring name = native.wstring();
@@ -29,7 +30,10 @@ struct TempDir {
 #endif
     return name;
   }();
-  ~TempDir() { std::error_code ignored; std::filesystem::remove_all(native, ignored); }
+  ~TempDir() {
+    std::error_code ignored;
+    std::filesystem::remove_all(native, ignored);
+  }
   std::wstring operator/(const std::wstring& name) const { return path + L"\\" + name; }
 };
 

@@ -12,8 +12,8 @@ std::wstring guid_text() {
   return text;
 }
 
-bool write_file_atomic(const std::wstring& target, const std::function<std::string()>& produce_content,
-                       bool replace) {
+bool write_file_atomic(const std::wstring& target,
+                       const std::function<std::string()>& produce_content, bool replace) {
   if (!is_absolute_path(target) || name_of(target).empty()) return false;
   if (!replace && is_regular_file(target)) return false;
   const std::string content = produce_content();

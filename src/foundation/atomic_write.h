@@ -14,7 +14,7 @@ std::wstring guid_text();
 // as it was and no temporary file left, on any failure of its own; a failure
 // raised by `produce_content` passes through. Without `replace`, an existing
 // file at the target wins.
-bool write_file_atomic(const std::wstring& target, const std::function<std::string()>& produce_content,
-                       bool replace);
+bool write_file_atomic(const std::wstring& target,
+                       const std::function<std::string()>& produce_content, bool replace);
 
 }  // namespace nv

@@ -8,7 +8,8 @@
 namespace nv {
 namespace {
 
-constexpr std::string_view base64url_alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+constexpr std::string_view base64url_alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
 constexpr std::size_t base64url_limit = 16384;
 constexpr char hex_digits[] = "0123456789abcdef";
 
@@ -69,8 +70,8 @@ std::vector<std::uint8_t> base64url_decode(std::string text) {
 
 std::vector<std::uint8_t> sha256_bytes(const std::string& bytes) {
   platform::Sha256Digest digest{};
-  if (!platform::sha256(reinterpret_cast<const std::uint8_t*>(bytes.data()), static_cast<std::uint32_t>(bytes.size()),
-                        digest)) {
+  if (!platform::sha256(reinterpret_cast<const std::uint8_t*>(bytes.data()),
+                        static_cast<std::uint32_t>(bytes.size()), digest)) {
     fail(failure::hash);
   }
   return {digest.begin(), digest.end()};

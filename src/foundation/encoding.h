@@ -10,9 +10,9 @@ struct OpenFile;
 
 namespace nv {
 
-std::string to_utf8(const std::wstring& text);       // "utf8"
-std::wstring from_utf8(const std::string& bytes);    // "utf8"
-std::vector<std::uint8_t> base64url_decode(std::string text);  // "base64"
+std::string to_utf8(const std::wstring& text);                     // "utf8"
+std::wstring from_utf8(const std::string& bytes);                  // "utf8"
+std::vector<std::uint8_t> base64url_decode(std::string text);      // "base64"
 std::vector<std::uint8_t> sha256_bytes(const std::string& bytes);  // "hash"
 std::string sha256_file_hex(const std::wstring& path);
 std::string sha256_file_hex(const platform::OpenFile& file);  // a file held open, from its start

@@ -72,7 +72,8 @@ std::wstring fold_ascii(std::wstring text) {
 bool is_absolute_path(const std::wstring& path) {
   if (path.size() >= 2 && is_drive_letter(path[0]) && path[1] == L':')
     return path.size() >= 3 && is_separator(path[2]);
-  return path.size() >= 3 && is_separator(path[0]) && is_separator(path[1]) && !is_separator(path[2]);
+  return path.size() >= 3 && is_separator(path[0]) && is_separator(path[1]) &&
+         !is_separator(path[2]);
 }
 
 std::wstring parent_of(const std::wstring& path) {
@@ -182,7 +183,9 @@ std::wstring normal_path(const std::wstring& path) {
 
 std::wstring folded_path(const std::wstring& path) { return fold_ascii(normal_path(path)); }
 
-bool same_path(const std::wstring& a, const std::wstring& b) { return folded_path(a) == folded_path(b); }
+bool same_path(const std::wstring& a, const std::wstring& b) {
+  return folded_path(a) == folded_path(b);
+}
 
 bool is_regular_file(const std::wstring& path) {
   return platform::file_kind(path) == platform::FileKind::regular;
@@ -199,11 +202,14 @@ bool path_exists(const std::wstring& path) {
   }
 }
 
-std::error_code create_directories(const std::wstring& path) { return platform::create_directories(path); }
+std::error_code create_directories(const std::wstring& path) {
+  return platform::create_directories(path);
+}
 
 std::wstring dos_path_of(const std::wstring& final_path) {
   const bool long_prefix = final_path.compare(0, 4, L"\\\\?\\") == 0;
-  if (long_prefix && final_path.size() >= 6 && is_drive_letter(final_path[4]) && final_path[5] == L':')
+  if (long_prefix && final_path.size() >= 6 && is_drive_letter(final_path[4]) &&
+      final_path[5] == L':')
     return final_path.substr(4);
   if (final_path.compare(0, 8, L"\\\\?\\UNC\\") == 0) return L"\\\\" + final_path.substr(8);
   return final_path;

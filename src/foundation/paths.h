@@ -6,8 +6,8 @@
 
 namespace nv {
 
-std::wstring normal_path(const std::wstring& path);          // never fails
-std::wstring folded_path(const std::wstring& path);          // normal_path, A-Z folded
+std::wstring normal_path(const std::wstring& path);  // never fails
+std::wstring folded_path(const std::wstring& path);  // normal_path, A-Z folded
 bool same_path(const std::wstring& a, const std::wstring& b);
 bool is_absolute_path(const std::wstring& path);
 std::wstring parent_of(const std::wstring& path);
@@ -16,8 +16,8 @@ std::wstring lexically_normal(const std::wstring& path);
 // The filesystem library's appending of a relative name: one separator unless
 // the left side is empty, a bare drive, or already ends in one.
 std::wstring append_path(const std::wstring& left, const std::wstring& name);
-bool is_regular_file(const std::wstring& path);              // never raises
-bool path_exists(const std::wstring& path);                  // raises the failure "exists"
+bool is_regular_file(const std::wstring& path);  // never raises
+bool path_exists(const std::wstring& path);      // raises the failure "exists"
 std::error_code create_directories(const std::wstring& path);
 // A final path as the file system gives it, in the form paths are written:
 // "\\?\C:\x" -> "C:\x", "\\?\UNC\s\x" -> "\\s\x"; any other form unchanged.

@@ -13,7 +13,9 @@ std::wstring diagnostic_layout_path;
 std::wstring settings_path() { return install_root + L"\\settings.ini"; }
 std::wstring last_status_path() { return install_root + L"\\last-status.ini"; }
 std::wstring compatibility_path() { return install_root + L"\\compatibility.ini"; }
-std::wstring plugin_path_in(const std::wstring& root) { return root + L"\\plugins\\styles\\" + plugin_file_name; }
+std::wstring plugin_path_in(const std::wstring& root) {
+  return root + L"\\plugins\\styles\\" + plugin_file_name;
+}
 std::wstring plugin_path() { return plugin_path_in(install_root); }
 
 int show_message(const std::wstring& text, unsigned flags) {

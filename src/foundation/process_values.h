@@ -15,10 +15,10 @@ extern std::wstring diagnostic_layout_path;
 
 // The installation's layout, under install_root.
 inline const std::wstring plugin_file_name = L"Nightveil.dll";
-std::wstring settings_path();       // settings.ini
-std::wstring last_status_path();    // last-status.ini
-std::wstring compatibility_path();  // compatibility.ini, read-only
-std::wstring plugin_path();         // plugins\styles\Nightveil.dll
+std::wstring settings_path();                           // settings.ini
+std::wstring last_status_path();                        // last-status.ini
+std::wstring compatibility_path();                      // compatibility.ini, read-only
+std::wstring plugin_path();                             // plugins\styles\Nightveil.dll
 std::wstring plugin_path_in(const std::wstring& root);  // the same under another installation
 
 // MessageBoxW with no owner under product_title; 2 at once in silent mode.

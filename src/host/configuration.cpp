@@ -18,7 +18,8 @@ struct Setting {
 };
 
 // The whole layout of the file: these seven keys in this order, nothing else.
-std::array<Setting, 7> settings_for(const HostAnalysis& analysis, bool experimental, const std::wstring& browser_dark) {
+std::array<Setting, 7> settings_for(const HostAnalysis& analysis, bool experimental,
+                                    const std::wstring& browser_dark) {
   return {{{L"Paltalk", L"Exe", analysis.exe_path},
            {L"Paltalk", L"Hashes", analysis.hashes},
            {L"Paltalk", L"Experimental", experimental ? L"1" : L"0"},
@@ -34,7 +35,8 @@ void save_configuration(const std::wstring& path, const HostAnalysis& analysis, 
                         const std::wstring& appearance_source) {
   // The appearance is the user's choice: carried over, never taken from the analysis.
   const std::wstring& source = appearance_source.empty() ? path : appearance_source;
-  const std::wstring browser_dark = read_ini_value(source, L"Appearance", L"BrowserDark") == L"0" ? L"0" : L"1";
+  const std::wstring browser_dark =
+      read_ini_value(source, L"Appearance", L"BrowserDark") == L"0" ? L"0" : L"1";
   const auto settings = settings_for(analysis, experimental, browser_dark);
 
   // A launch of an unchanged build writes nothing.
@@ -51,7 +53,8 @@ void save_configuration(const std::wstring& path, const HostAnalysis& analysis, 
   // a failed save is truncated here; anything the target held beyond the seven
   // keys is dropped with it.
   const std::wstring temporary = path + L".tmp";
-  if (!platform::create_file_with(temporary, std::string("\xFF\xFE", 2))) fail(failure::create_configuration);
+  if (!platform::create_file_with(temporary, std::string("\xFF\xFE", 2)))
+    fail(failure::create_configuration);
   for (const auto& setting : settings) {
     if (!platform::write_profile_string(temporary, setting.section, setting.key, setting.value))
       fail(failure::cannot_save_settings);

@@ -22,12 +22,15 @@ constexpr std::size_t text_buffer_units = platform::registry_value_bytes / 2;
 std::wstring::const_iterator find_text(const std::wstring& text, std::wstring_view part) {
   return std::search(text.begin(), text.end(), part.begin(), part.end());
 }
-bool contains(const std::wstring& text, std::wstring_view part) { return find_text(text, part) != text.end(); }
+bool contains(const std::wstring& text, std::wstring_view part) {
+  return find_text(text, part) != text.end();
+}
 
 }  // namespace
 
 std::wstring registry_text(const platform::RegistryValue& value) {
-  if (!value.read || (value.type != platform::reg_sz && value.type != platform::reg_expand_sz)) return {};
+  if (!value.read || (value.type != platform::reg_sz && value.type != platform::reg_expand_sz))
+    return {};
   // The bytes as they lie in a zeroed buffer of UTF-16 units.
   std::wstring buffer(text_buffer_units, L'\0');
   const std::size_t bytes = std::min(value.data.size(), platform::registry_value_bytes);
@@ -43,8 +46,8 @@ std::wstring registry_text(const platform::RegistryValue& value) {
   return text;
 }
 
-std::wstring read_registry_text(platform::RegistryRoot root, const std::wstring& subkey, const std::wstring& name,
-                                unsigned access) {
+std::wstring read_registry_text(platform::RegistryRoot root, const std::wstring& subkey,
+                                const std::wstring& name, unsigned access) {
   return registry_text(platform::registry_value(root, subkey, name, access));
 }
 
@@ -77,7 +80,8 @@ void add_host_candidate(std::vector<std::wstring>& candidates, const std::wstrin
 
 std::vector<std::wstring> find_host_candidates() {
   std::vector<std::wstring> candidates;
-  for (const auto root : {platform::RegistryRoot::current_user, platform::RegistryRoot::local_machine}) {
+  for (const auto root :
+       {platform::RegistryRoot::current_user, platform::RegistryRoot::local_machine}) {
     for (const unsigned view : {platform::key_wow64_32key, platform::key_wow64_64key}) {
       const auto subkeys = platform::registry_subkeys(root, uninstall_key, view);
       if (!subkeys) continue;
@@ -85,17 +89,21 @@ std::vector<std::wstring> find_host_candidates() {
         const std::wstring key = uninstall_key + L"\\" + subkey;
         if (!counts_as_host_entry(read_registry_text(root, key, L"DisplayName", view))) continue;
         const std::wstring location = read_registry_text(root, key, L"InstallLocation", view);
-        if (!location.empty()) add_host_candidate(candidates, append_path(location, host_file_name));
+        if (!location.empty())
+          add_host_candidate(candidates, append_path(location, host_file_name));
         // The entry's own program is never the host; its folder may hold it.
         for (const wchar_t* name : {L"DisplayIcon", L"UninstallString"}) {
-          const std::wstring program = parse_command_path(read_registry_text(root, key, name, view));
-          if (!program.empty()) add_host_candidate(candidates, append_path(parent_of(program), host_file_name));
+          const std::wstring program =
+              parse_command_path(read_registry_text(root, key, name, view));
+          if (!program.empty())
+            add_host_candidate(candidates, append_path(parent_of(program), host_file_name));
         }
       }
     }
   }
-  for (const auto folder : {platform::KnownFolder::local_app_data, platform::KnownFolder::program_files,
-                            platform::KnownFolder::program_files_x86})
+  for (const auto folder :
+       {platform::KnownFolder::local_app_data, platform::KnownFolder::program_files,
+        platform::KnownFolder::program_files_x86})
     add_host_candidate(candidates, platform::known_folder_path(folder) + known_folder_suffix);
   return candidates;
 }
@@ -116,7 +124,8 @@ std::wstring pick_host_file() {
   dialog.title = sentence::locate_host_title;
   dialog.type_name = sentence::host_file_type;
   dialog.type_pattern = L"Paltalk.exe";
-  dialog.options = platform::fos_forcefilesystem | platform::fos_pathmustexist | platform::fos_filemustexist;
+  dialog.options =
+      platform::fos_forcefilesystem | platform::fos_pathmustexist | platform::fos_filemustexist;
   return platform::open_file_dialog(dialog);
 }
 
@@ -125,9 +134,7 @@ std::wstring choose_host() {
   if (candidates.size() == 1) return candidates.front();
   if (silent_mode) return {};
   if (candidates.empty()) {
-    show_message(
-        sentence::host_missing,
-        platform::mb_iconinformation);
+    show_message(sentence::host_missing, platform::mb_iconinformation);
     return pick_host_file();
   }
   platform::CommandLinkDialog dialog;

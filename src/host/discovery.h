@@ -15,8 +15,8 @@ std::wstring pick_host_file();
 
 // A text value of the registry (REG_SZ, or REG_EXPAND_SZ expanded); empty on
 // any failure. access adds to KEY_READ, e.g. a WOW64 view flag.
-std::wstring read_registry_text(platform::RegistryRoot root, const std::wstring& subkey, const std::wstring& name,
-                                unsigned access);
+std::wstring read_registry_text(platform::RegistryRoot root, const std::wstring& subkey,
+                                const std::wstring& name, unsigned access);
 
 // The decisions above on plain data.
 

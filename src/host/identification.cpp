@@ -9,7 +9,7 @@
 namespace nv {
 namespace {
 
-constexpr std::uint16_t dos_magic = 0x5A4D;        // "MZ"
+constexpr std::uint16_t dos_magic = 0x5A4D;         // "MZ"
 constexpr std::uint32_t pe_signature = 0x00004550;  // "PE\0\0"
 constexpr std::size_t dos_header_size = 64;
 constexpr std::size_t dos_header_offset_field = 60;
@@ -26,7 +26,9 @@ std::uint32_t little_endian(const unsigned char* bytes, std::size_t count) {
 std::uint32_t high_half(std::uint32_t word) { return word >> 16; }
 std::uint32_t low_half(std::uint32_t word) { return word & 0xFFFFu; }
 
-bool same_name(const std::wstring& a, const std::wstring& b) { return fold_ascii(a) == fold_ascii(b); }
+bool same_name(const std::wstring& a, const std::wstring& b) {
+  return fold_ascii(a) == fold_ascii(b);
+}
 
 bool verified_as(const platform::SignatureCheck& check, const std::wstring& expected_subject) {
   return check.verified && check.signer_found && same_name(check.signer_name, expected_subject);
@@ -42,7 +44,8 @@ std::uint16_t read_pe_machine(const std::wstring& path) {
   if (offset < 0) return 0;
   // The signature and the file header after it; a file that ends inside them fails.
   unsigned char headers[4 + file_header_size] = {};
-  if (!platform::read_file_range(path, static_cast<std::uint64_t>(offset), sizeof headers, headers)) return 0;
+  if (!platform::read_file_range(path, static_cast<std::uint64_t>(offset), sizeof headers, headers))
+    return 0;
   if (little_endian(headers, 4) != pe_signature) return 0;
   return static_cast<std::uint16_t>(little_endian(headers + 4, 2));
 }
@@ -81,15 +84,16 @@ bool signed_by(const std::wstring& path, const std::wstring& expected_subject) {
   return verified_as(platform::check_signature(path, std::nullopt), expected_subject);
 }
 
-bool signed_by_at(const std::wstring& path, std::uint32_t signature_index, const std::wstring& expected_subject,
-                  std::uint32_t* secondary_signatures) {
+bool signed_by_at(const std::wstring& path, std::uint32_t signature_index,
+                  const std::wstring& expected_subject, std::uint32_t* secondary_signatures) {
   const platform::SignatureCheck check = platform::check_signature(path, signature_index);
   if (check.verified && secondary_signatures) *secondary_signatures = check.secondary_signatures;
   return verified_as(check, expected_subject);
 }
 
-bool signed_by_at(const platform::OpenFile& file, const std::wstring& path, std::uint32_t signature_index,
-                  const std::wstring& expected_subject, std::uint32_t* secondary_signatures) {
+bool signed_by_at(const platform::OpenFile& file, const std::wstring& path,
+                  std::uint32_t signature_index, const std::wstring& expected_subject,
+                  std::uint32_t* secondary_signatures) {
   const platform::SignatureCheck check = platform::check_signature(file, path, signature_index);
   if (check.verified && secondary_signatures) *secondary_signatures = check.secondary_signatures;
   return verified_as(check, expected_subject);

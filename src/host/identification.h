@@ -24,11 +24,13 @@ FileVersion read_file_version(const std::wstring& path);  // all zero on any fai
 std::wstring version_text(const FileVersion& version);
 bool check_qt_dll(const std::wstring& path, std::uint32_t& version_ms, std::uint32_t& version_ls);
 bool signed_by(const std::wstring& path, const std::wstring& expected_subject);
-bool signed_by_at(const std::wstring& path, std::uint32_t signature_index, const std::wstring& expected_subject,
+bool signed_by_at(const std::wstring& path, std::uint32_t signature_index,
+                  const std::wstring& expected_subject,
                   std::uint32_t* secondary_signatures = nullptr);
 // The same test of a file held open, read through its handle.
-bool signed_by_at(const platform::OpenFile& file, const std::wstring& path, std::uint32_t signature_index,
-                  const std::wstring& expected_subject, std::uint32_t* secondary_signatures = nullptr);
+bool signed_by_at(const platform::OpenFile& file, const std::wstring& path,
+                  std::uint32_t signature_index, const std::wstring& expected_subject,
+                  std::uint32_t* secondary_signatures = nullptr);
 std::wstring file_fingerprint(const std::wstring& path);  // raises the digest failures
 
 }  // namespace nv

@@ -4,7 +4,8 @@
 
 namespace nv {
 
-std::wstring read_ini_value(const std::wstring& path, const std::wstring& section, const std::wstring& key) {
+std::wstring read_ini_value(const std::wstring& path, const std::wstring& section,
+                            const std::wstring& key) {
   return platform::read_profile_string(path, section, key);
 }
 

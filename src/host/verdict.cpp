@@ -34,16 +34,18 @@ HostAnalysis refused(HostAnalysis analysis, const wchar_t* message) {
 HostAnalysis analyze_host(std::wstring path) {
   HostAnalysis analysis;
   analysis.exe_path = normal_path(path);
-  if (!is_regular_file(analysis.exe_path) || fold_ascii(name_of(analysis.exe_path)) != L"paltalk.exe")
+  if (!is_regular_file(analysis.exe_path) ||
+      fold_ascii(name_of(analysis.exe_path)) != L"paltalk.exe")
     return refused(std::move(analysis), sentence::select_host);
-  if (read_pe_machine(analysis.exe_path) != machine_amd64) return refused(std::move(analysis), sentence::host_not_x64);
+  if (read_pe_machine(analysis.exe_path) != machine_amd64)
+    return refused(std::move(analysis), sentence::host_not_x64);
   // Recorded for the report, not judged: a host without a version resource goes on.
   analysis.host_version = version_text(read_file_version(analysis.exe_path));
 
   const std::wstring folder = parent_of(analysis.exe_path);
-  const std::array<std::wstring, 4> files = {analysis.exe_path, append_path(folder, qt_libraries[0]),
-                                             append_path(folder, qt_libraries[1]),
-                                             append_path(folder, qt_libraries[2])};
+  const std::array<std::wstring, 4> files = {
+      analysis.exe_path, append_path(folder, qt_libraries[0]), append_path(folder, qt_libraries[1]),
+      append_path(folder, qt_libraries[2])};
   for (std::size_t i = 1; i < files.size(); ++i) {
     const std::wstring& library = files[i];
     if (!is_regular_file(library) || read_pe_machine(library) != machine_amd64)
@@ -77,7 +79,9 @@ HostAnalysis analyze_host(std::wstring path) {
       analysis.hashes == read_ini_value(compatibility_path(), L"Tested", L"Hashes");
   // A recognized build needs no signature.
   analysis.compatible = analysis.recognized || is_signed_update(analysis);
-  analysis.message = analysis.recognized ? sentence::recognized_build : analysis.compatible ? sentence::signed_update : sentence::unverified_build;
+  analysis.message = analysis.recognized   ? sentence::recognized_build
+                     : analysis.compatible ? sentence::signed_update
+                                           : sentence::unverified_build;
   return analysis;
 }
 

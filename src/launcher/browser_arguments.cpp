@@ -12,7 +12,9 @@ const std::wstring enable_prefix = L"--enable-features=";
 const std::wstring disable_prefix = L"--disable-features=";
 const std::wstring force_dark_feature = L"WebContentsForceDark";
 
-bool starts_with(const std::wstring& text, const std::wstring& prefix) { return text.compare(0, prefix.size(), prefix) == 0; }
+bool starts_with(const std::wstring& text, const std::wstring& prefix) {
+  return text.compare(0, prefix.size(), prefix) == 0;
+}
 
 }  // namespace
 
@@ -20,7 +22,8 @@ void filter_feature_list(const std::wstring& list, std::wstring& destination) {
   std::size_t start = 0;
   for (;;) {
     const std::size_t comma = list.find(L',', start);
-    const std::wstring token = list.substr(start, comma == std::wstring::npos ? std::wstring::npos : comma - start);
+    const std::wstring token =
+        list.substr(start, comma == std::wstring::npos ? std::wstring::npos : comma - start);
     const std::wstring name = token.substr(0, token.find_first_of(L":<"));
     if (!token.empty() && name != force_dark_feature) {
       if (!destination.empty()) destination += L',';

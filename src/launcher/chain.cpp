@@ -85,7 +85,8 @@ std::int32_t run_launcher(const Arguments& arguments) {
     return exit_code::bad_use;
 
   diagnostic_layout_path = option_value(arguments, L"--diagnostic-layout");
-  if (!diagnostic_layout_path.empty() && !is_absolute_path(diagnostic_layout_path)) return exit_code::bad_use;
+  if (!diagnostic_layout_path.empty() && !is_absolute_path(diagnostic_layout_path))
+    return exit_code::bad_use;
 
   silent_mode = option_present(arguments, L"--silent");
 
@@ -95,21 +96,26 @@ std::int32_t run_launcher(const Arguments& arguments) {
     return exit_code::done;
   }
   if (option_present(arguments, L"--running"))
-    return host_is_running(option_value(arguments, L"--paltalk")) ? exit_code::host_running : exit_code::done;
+    return host_is_running(option_value(arguments, L"--paltalk")) ? exit_code::host_running
+                                                                  : exit_code::done;
   if (option_present(arguments, L"--busy"))
-    return install_is_busy(root.empty() ? install_root : root) ? exit_code::host_running : exit_code::done;
+    return install_is_busy(root.empty() ? install_root : root) ? exit_code::host_running
+                                                               : exit_code::done;
   if (option_present(arguments, L"--verify-update-manifest"))
     return verify_manifest_option(option_value(arguments, L"--verify-update-manifest"));
   if (option_present(arguments, L"--verify-update-installer"))
-    return verify_installer_option(arguments, option_value(arguments, L"--verify-update-installer"));
+    return verify_installer_option(arguments,
+                                   option_value(arguments, L"--verify-update-installer"));
 
   const std::wstring given_host = option_value(arguments, L"--paltalk");
-  std::wstring host_path = given_host.empty() ? read_ini_value(settings_path(), L"Paltalk", L"Exe") : given_host;
+  std::wstring host_path =
+      given_host.empty() ? read_ini_value(settings_path(), L"Paltalk", L"Exe") : given_host;
 
   if (option_present(arguments, L"--support-report")) {
     const std::wstring target = option_value(arguments, L"--support-report");
     if (!is_absolute_path(target)) return exit_code::bad_use;
-    return save_support_report(target, host_path, false) ? exit_code::done : exit_code::action_failed;
+    return save_support_report(target, host_path, false) ? exit_code::done
+                                                         : exit_code::action_failed;
   }
   if (option_present(arguments, L"--set-browser-dark")) {
     const std::wstring value = option_value(arguments, L"--set-browser-dark");

@@ -45,7 +45,8 @@ LaunchEnvironment parse_environment_block(const std::wstring& block) {
     if (end == start) break;  // the empty entry ends the block
     const std::wstring entry = block.substr(start, end - start);
     const std::size_t equals = entry.find(L'=', entry[0] == L'=' ? 1 : 0);
-    if (equals != std::wstring::npos) assign(environment, entry.substr(0, equals), entry.substr(equals + 1));
+    if (equals != std::wstring::npos)
+      assign(environment, entry.substr(0, equals), entry.substr(equals + 1));
     start = end + 1;
   }
   return environment;
@@ -63,7 +64,8 @@ std::vector<std::uint16_t> write_environment_block(const LaunchEnvironment& envi
   return block;
 }
 
-void restore_saved_variable(LaunchEnvironment& environment, const std::wstring& name, const std::wstring& prefix) {
+void restore_saved_variable(LaunchEnvironment& environment, const std::wstring& name,
+                            const std::wstring& prefix) {
   const std::wstring active = prefix + active_suffix;
   const std::wstring original = prefix + original_suffix;
   auto marker = environment.find(active);
@@ -78,8 +80,8 @@ void restore_saved_variable(LaunchEnvironment& environment, const std::wstring& 
   environment.erase(original);
 }
 
-void save_and_set_variable(LaunchEnvironment& environment, const std::wstring& name, const std::wstring& prefix,
-                           const std::wstring& value) {
+void save_and_set_variable(LaunchEnvironment& environment, const std::wstring& name,
+                           const std::wstring& prefix, const std::wstring& value) {
   auto current = environment.find(name);
   const bool present = current != environment.end();
   assign(environment, prefix + active_suffix, present ? L"present" : L"absent");
@@ -87,26 +89,29 @@ void save_and_set_variable(LaunchEnvironment& environment, const std::wstring& n
   assign(environment, name, value);
 }
 
-std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent_block, const ThemeValues& theme) {
+std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent_block,
+                                                      const ThemeValues& theme) {
   LaunchEnvironment environment = parse_environment_block(parent_block);
   restore_saved_variable(environment, webview_background_variable, webview_background_prefix);
   restore_saved_variable(environment, webview_arguments_variable, webview_arguments_prefix);
-  for (const wchar_t* owned : {L"QT_PLUGIN_PATH", L"QT_STYLE_OVERRIDE", L"NIGHTVEIL_HOME", L"NIGHTVEIL_HASHES",
-                               L"NIGHTVEIL_DIAGNOSTICS"})
+  for (const wchar_t* owned : {L"QT_PLUGIN_PATH", L"QT_STYLE_OVERRIDE", L"NIGHTVEIL_HOME",
+                               L"NIGHTVEIL_HASHES", L"NIGHTVEIL_DIAGNOSTICS"})
     environment.erase(owned);
   if (theme.dark) {
     assign(environment, L"QT_PLUGIN_PATH", theme.install_root + L"\\plugins");
     assign(environment, L"QT_STYLE_OVERRIDE", L"Nightveil");
     assign(environment, L"NIGHTVEIL_HOME", theme.install_root);
     assign(environment, L"NIGHTVEIL_HASHES", theme.hashes);
-    if (!theme.diagnostic_layout.empty()) assign(environment, L"NIGHTVEIL_DIAGNOSTICS", theme.diagnostic_layout);
+    if (!theme.diagnostic_layout.empty())
+      assign(environment, L"NIGHTVEIL_DIAGNOSTICS", theme.diagnostic_layout);
     if (theme.browser_dark) {
       save_and_set_variable(environment, webview_background_variable, webview_background_prefix,
                             dark_background_color);
       auto arguments = environment.find(webview_arguments_variable);
-      const std::wstring merged =
-          merge_browser_arguments(arguments == environment.end() ? std::wstring() : arguments->second);
-      save_and_set_variable(environment, webview_arguments_variable, webview_arguments_prefix, merged);
+      const std::wstring merged = merge_browser_arguments(
+          arguments == environment.end() ? std::wstring() : arguments->second);
+      save_and_set_variable(environment, webview_arguments_variable, webview_arguments_prefix,
+                            merged);
     }
   }
   return write_environment_block(environment);
@@ -115,8 +120,9 @@ std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent
 std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark) {
   // The settings file is read only when its answer matters.
   const bool browser_dark = dark && browser_dark_enabled();
-  return compute_launch_environment(platform::environment_block(),
-                                    {dark, install_root, analysis.hashes, diagnostic_layout_path, browser_dark});
+  return compute_launch_environment(
+      platform::environment_block(),
+      {dark, install_root, analysis.hashes, diagnostic_layout_path, browser_dark});
 }
 
 }  // namespace nv

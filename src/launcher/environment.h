@@ -31,7 +31,8 @@ struct ThemeValues {
 
 // The host's block from a given raw block (entries ending in NUL, then NUL):
 // a pure function of its arguments.
-std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent_block, const ThemeValues& theme);
+std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent_block,
+                                                      const ThemeValues& theme);
 
 // The block for CreateProcessW with CREATE_UNICODE_ENVIRONMENT: this process's
 // environment, the process-wide values and settings.ini put through the above.
@@ -40,8 +41,9 @@ std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis
 LaunchEnvironment parse_environment_block(const std::wstring& block);
 std::vector<std::uint16_t> write_environment_block(const LaunchEnvironment& environment);
 
-void restore_saved_variable(LaunchEnvironment& environment, const std::wstring& name, const std::wstring& prefix);
-void save_and_set_variable(LaunchEnvironment& environment, const std::wstring& name, const std::wstring& prefix,
-                           const std::wstring& value);
+void restore_saved_variable(LaunchEnvironment& environment, const std::wstring& name,
+                            const std::wstring& prefix);
+void save_and_set_variable(LaunchEnvironment& environment, const std::wstring& name,
+                           const std::wstring& prefix, const std::wstring& value);
 
 }  // namespace nv

@@ -23,7 +23,8 @@ std::wstring hand_off_arguments(const HostAnalysis& analysis, bool dark) {
   std::wstring arguments = L"--desktop-launch --paltalk " + quote_argument(analysis.exe_path);
   if (!dark) arguments += L" --original";
   if (silent_mode) arguments += L" --silent";
-  if (!diagnostic_layout_path.empty()) arguments += L" --diagnostic-layout " + quote_argument(diagnostic_layout_path);
+  if (!diagnostic_layout_path.empty())
+    arguments += L" --diagnostic-layout " + quote_argument(diagnostic_layout_path);
   if (!browser_dark_override.empty()) arguments += L" --browser-dark " + browser_dark_override;
   return arguments;
 }
@@ -42,8 +43,8 @@ bool start_host(const HostAnalysis& analysis, bool dark) {
   const std::vector<std::uint16_t> environment = build_launch_environment(analysis, dark);
   std::wstring command_line = quote_argument(analysis.exe_path);
   if (dark) command_line += L" -style Nightveil";
-  const platform::ProcessStart started =
-      platform::create_process(analysis.exe_path, command_line, environment, parent_of(analysis.exe_path));
+  const platform::ProcessStart started = platform::create_process(
+      analysis.exe_path, command_line, environment, parent_of(analysis.exe_path));
   write_last_status(L"create-process", started.started ? 0 : started.error, dark);
   return started.started;
 }

@@ -32,10 +32,12 @@ std::int32_t configure(const Arguments& arguments, const HostAnalysis& analysis)
     return exit_code::not_acceptable;
   }
   const std::wstring approved_settings = option_value(arguments, L"--approved-settings");
-  const bool approved = !approved_settings.empty() && exact_build_approved(approved_settings, analysis);
+  const bool approved =
+      !approved_settings.empty() && exact_build_approved(approved_settings, analysis);
   if (!analysis.compatible && !approved && !option_present(arguments, L"--experimental")) {
-    const std::wstring text = std::wstring(sentence::configure_prompt) + analysis.exe_path + L"\nPaltalk " + analysis.host_version +
-                              L" / Qt " + analysis.qt_version;
+    const std::wstring text = std::wstring(sentence::configure_prompt) + analysis.exe_path +
+                              L"\nPaltalk " + analysis.host_version + L" / Qt " +
+                              analysis.qt_version;
     if (show_message(text, platform::mb_yesno | platform::mb_iconwarning) != platform::id_yes)
       return exit_code::approval_needed;
   }
@@ -72,14 +74,16 @@ std::int32_t run_launch_flow(const Arguments& arguments, const std::wstring& hos
 
   bool dark = true;
   if (!analysis.analyzed) {
-    show_message(analysis.message + L"\n\nStarting Paltalk normally.", platform::mb_iconinformation);
+    show_message(analysis.message + L"\n\nStarting Paltalk normally.",
+                 platform::mb_iconinformation);
     dark = false;
   } else if (!analysis.compatible && !exact_build_approved(settings_path(), analysis)) {
     // Silence counts as No: a plain host, nothing stored.
-    const int answer = silent_mode ? platform::id_no
-                                   : platform::message_box(sentence::launch_prompt, product_title,
-                                                           platform::mb_yesnocancel | platform::mb_iconwarning |
-                                                               platform::mb_defbutton2);
+    const int answer =
+        silent_mode ? platform::id_no
+                    : platform::message_box(sentence::launch_prompt, product_title,
+                                            platform::mb_yesnocancel | platform::mb_iconwarning |
+                                                platform::mb_defbutton2);
     if (answer == platform::id_cancel) return exit_code::bad_use;
     if (answer == platform::id_yes) {
       save_configuration(settings_path(), analysis, true, L"");

@@ -36,12 +36,14 @@ void remove_shortcuts(const std::wstring& root) {
   const std::wstring launcher = folded_path(root + L"\\NightveilMode.exe");
   const std::wstring uninstaller = folded_path(root + L"\\Uninstall.exe");
   for (const Candidate& candidate : candidates) {
-    const std::wstring path = (candidate.folder == platform::KnownFolder::desktop ? desktop : programs) + candidate.file;
+    const std::wstring path =
+        (candidate.folder == platform::KnownFolder::desktop ? desktop : programs) + candidate.file;
     const auto target = platform::shell_link_raw_target(path);
     if (!target || target->empty()) continue;
     // A shortcut of a listed name that leads elsewhere is someone else's and stays.
     const std::wstring folded = folded_path(*target);
-    if (folded == launcher || folded == uninstaller) platform::delete_file(path);  // a failure goes unnoticed
+    if (folded == launcher || folded == uninstaller)
+      platform::delete_file(path);  // a failure goes unnoticed
   }
 }
 

@@ -53,6 +53,7 @@ struct Es256Check {
   std::int32_t import_status = -1;
   std::int32_t verify_status = -1;  // not tried when the import failed
 };
-Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const EcSignature& signature);
+Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest,
+                        const EcSignature& signature);
 
 }  // namespace nv::platform

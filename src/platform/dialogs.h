@@ -78,9 +78,9 @@ enum class DialogEvent { timer, button_clicked };
 // What a callback may do to its open dialog.
 struct DialogWindow {
   void* handle = nullptr;
-  void click_button(int id) const;                      // TDM_CLICK_BUTTON
-  void set_progress(unsigned percent) const;            // TDM_SET_PROGRESS_BAR_POS
-  void set_content(const std::wstring& text) const;     // TDM_SET_ELEMENT_TEXT, TDE_CONTENT
+  void click_button(int id) const;                   // TDM_CLICK_BUTTON
+  void set_progress(unsigned percent) const;         // TDM_SET_PROGRESS_BAR_POS
+  void set_content(const std::wstring& text) const;  // TDM_SET_ELEMENT_TEXT, TDE_CONTENT
 };
 // Returns what the dialog's callback returns: for a click, non-zero keeps the
 // dialog open. `button` is the clicked id, 0 on a timer tick.

@@ -39,7 +39,8 @@ struct NewFileClose {
 };
 using NewFile = std::unique_ptr<void, NewFileClose>;
 NewFile create_new_file(const std::wstring& path);
-bool write_all(void* file, const char* bytes, std::uint32_t count);  // false on failure or a short write
-bool flush_file(void* file);                                          // FlushFileBuffers
+bool write_all(void* file, const char* bytes,
+               std::uint32_t count);  // false on failure or a short write
+bool flush_file(void* file);          // FlushFileBuffers
 
 }  // namespace nv::platform

@@ -10,6 +10,7 @@ namespace nv::platform {
 // Opens the file for binary reading without denying others any access and
 // reads exactly `count` bytes from `offset` into `out`. False when the file
 // cannot be opened or read, or ends before the last of those bytes.
-bool read_file_range(const std::wstring& path, std::uint64_t offset, std::size_t count, unsigned char* out);
+bool read_file_range(const std::wstring& path, std::uint64_t offset, std::size_t count,
+                     unsigned char* out);
 
 }  // namespace nv::platform

@@ -27,8 +27,8 @@ inline constexpr std::uint32_t send_complete = 0x00400000;
 
 // WinHTTP's status callback (x64 has one calling convention): the handle, the
 // request's context value, the notification, its information and length.
-using HttpStatusCallback = void (*)(void* handle, std::uintptr_t context, unsigned long notice, void* information,
-                                    unsigned long length);
+using HttpStatusCallback = void (*)(void* handle, std::uintptr_t context, unsigned long notice,
+                                    void* information, unsigned long length);
 
 struct HttpTimeouts {
   int resolve_ms, connect_ms, send_ms, receive_ms;

@@ -17,7 +17,8 @@ struct ProcessStart {
 // CreateProcessW(application, command_line, no inheritance, CREATE_UNICODE_ENVIRONMENT,
 // environment, directory); both handles are closed at once.
 ProcessStart create_process(const std::wstring& application, const std::wstring& command_line,
-                            const std::vector<std::uint16_t>& environment, const std::wstring& directory);
+                            const std::vector<std::uint16_t>& environment,
+                            const std::wstring& directory);
 
 // CreateProcessW(application, command_line, no inheritance, no creation flags,
 // this process's environment and current directory, a zeroed STARTUPINFOW);

@@ -50,7 +50,8 @@ struct RestartProcess {
   std::uint32_t id = 0;
   std::uint64_t creation_time = 0;
 };
-bool ask_to_close(const std::wstring& file, const std::function<std::vector<RestartProcess>()>& collect);
+bool ask_to_close(const std::wstring& file,
+                  const std::function<std::vector<RestartProcess>()>& collect);
 
 struct ModuleRecord {
   std::wstring base_name;  // szModule

@@ -25,7 +25,8 @@ inline constexpr std::size_t registry_value_bytes = 65536;
 // The names of a key's direct subkeys, by RegEnumKeyExW from index 0 into a
 // buffer of 512 characters. An index that fails with anything but
 // ERROR_NO_MORE_ITEMS is skipped. nullopt when the key cannot be opened.
-std::optional<std::vector<std::wstring>> registry_subkeys(RegistryRoot root, const std::wstring& subkey,
+std::optional<std::vector<std::wstring>> registry_subkeys(RegistryRoot root,
+                                                          const std::wstring& subkey,
                                                           unsigned access);
 
 struct RegistryValue {
@@ -35,11 +36,12 @@ struct RegistryValue {
 };
 // RegOpenKeyExW and RegQueryValueExW into a buffer of registry_value_bytes.
 // A value that does not fit is a failed read.
-RegistryValue registry_value(RegistryRoot root, const std::wstring& subkey, const std::wstring& name,
-                             unsigned access);
+RegistryValue registry_value(RegistryRoot root, const std::wstring& subkey,
+                             const std::wstring& name, unsigned access);
 
 // RegGetValueW with RRF_RT_REG_DWORD; nullopt when the value cannot be read as one.
-std::optional<std::uint32_t> registry_dword(RegistryRoot root, const std::wstring& subkey, const std::wstring& name);
+std::optional<std::uint32_t> registry_dword(RegistryRoot root, const std::wstring& subkey,
+                                            const std::wstring& name);
 
 // ExpandEnvironmentStringsW into a buffer of 32,768 characters; empty when the
 // call fails or the result does not fit.

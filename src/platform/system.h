@@ -7,9 +7,10 @@
 
 namespace nv::platform {
 
-std::wstring module_path();                     // GetModuleFileNameW(nullptr, ..., 32768)
-std::vector<std::wstring> command_arguments();  // CommandLineToArgvW(GetCommandLineW()), argv[0] dropped
-void com_initialize();                          // single-threaded apartment; result not examined
+std::wstring module_path();  // GetModuleFileNameW(nullptr, ..., 32768)
+std::vector<std::wstring>
+command_arguments();    // CommandLineToArgvW(GetCommandLineW()), argv[0] dropped
+void com_initialize();  // single-threaded apartment; result not examined
 void com_uninitialize();
 
 // The raw block of GetEnvironmentStringsW: entries each ending in NUL, then one

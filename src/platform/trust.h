@@ -10,10 +10,10 @@ namespace nv::platform {
 inline constexpr std::uint32_t trust_e_nosignature = 0x800B0100;
 
 struct SignatureCheck {
-  bool verified = false;           // WinVerifyTrust returned zero
-  bool signer_found = false;       // provider data, signer, chain and leaf certificate were there
-  std::wstring signer_name;        // CERT_NAME_SIMPLE_DISPLAY_TYPE of the leaf
-  std::uint32_t secondary_signatures = 0;  // cSecondarySigs, when asked for and verified
+  bool verified = false;      // WinVerifyTrust returned zero
+  bool signer_found = false;  // provider data, signer, chain and leaf certificate were there
+  std::wstring signer_name;   // CERT_NAME_SIMPLE_DISPLAY_TYPE of the leaf
+  std::uint32_t secondary_signatures = 0;      // cSecondarySigs, when asked for and verified
   std::uint32_t status = trust_e_nosignature;  // WinVerifyTrust's result
 };
 

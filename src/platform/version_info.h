@@ -6,7 +6,8 @@
 namespace nv::platform {
 
 struct FixedFileInfo {
-  bool found = false;            // GetFileVersionInfoSizeW, GetFileVersionInfoW and VerQueryValueW("\") all worked
+  bool found =
+      false;  // GetFileVersionInfoSizeW, GetFileVersionInfoW and VerQueryValueW("\") all worked
   std::uint32_t length = 0;      // the length VerQueryValueW reported
   std::uint32_t version_ms = 0;  // dwFileVersionMS
   std::uint32_t version_ls = 0;  // dwFileVersionLS

@@ -16,7 +16,9 @@ const std::wstring host_file_name = L"Paltalk.exe";
 const std::wstring webview_file_name = L"msedgewebview2.exe";
 
 // _wcsicmp in the start-up locale: A-Z folded, every other unit compared as is.
-bool same_name(const std::wstring& a, const std::wstring& b) { return fold_ascii(a) == fold_ascii(b); }
+bool same_name(const std::wstring& a, const std::wstring& b) {
+  return fold_ascii(a) == fold_ascii(b);
+}
 
 }  // namespace
 

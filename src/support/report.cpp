@@ -24,15 +24,21 @@ namespace {
 
 const std::wstring windows_version_key = L"SOFTWARE\\Microsoft\\Windows NT\\CurrentVersion";
 
-std::string quoted_or_null(const std::wstring& text) { return text.empty() ? "null" : json_quote(text); }
+std::string quoted_or_null(const std::wstring& text) {
+  return text.empty() ? "null" : json_quote(text);
+}
 std::string boolean(bool value) { return value ? "true" : "false"; }
 
 std::wstring machine_word(std::uint16_t machine) {
   switch (machine) {
-    case 0x8664: return L"x64";
-    case 0xAA64: return L"arm64";
-    case 0x014C: return L"x86";
-    default: return L"unknown";
+    case 0x8664:
+      return L"x64";
+    case 0xAA64:
+      return L"arm64";
+    case 0x014C:
+      return L"x86";
+    default:
+      return L"unknown";
   }
 }
 
@@ -40,8 +46,8 @@ std::wstring machine_word(std::uint16_t machine) {
 std::string generated_utc() {
   const platform::UtcTime now = platform::utc_time();
   char text[64] = {};
-  std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02uZ", now.year, now.month, now.day, now.hour,
-                now.minute, now.second);
+  std::snprintf(text, sizeof text, "%04u-%02u-%02uT%02u:%02u:%02uZ", now.year, now.month, now.day,
+                now.hour, now.minute, now.second);
   return '"' + std::string(text) + '"';
 }
 
@@ -87,41 +93,49 @@ std::string compose_support_report(const std::wstring& host_path) {
   const std::wstring machine = machine_word(platform::native_machine());
   const std::optional<std::uint32_t> ubr =
       platform::registry_dword(platform::RegistryRoot::local_machine, windows_version_key, L"UBR");
-  const std::wstring build = read_registry_text(platform::RegistryRoot::local_machine, windows_version_key,
-                                                L"CurrentBuildNumber", platform::key_wow64_64key);
+  const std::wstring build =
+      read_registry_text(platform::RegistryRoot::local_machine, windows_version_key,
+                         L"CurrentBuildNumber", platform::key_wow64_64key);
   // Only known words leave last-status.ini: free text there never reaches the report.
   const std::wstring status = last_status_path();
   const std::wstring mode = read_ini_value(status, L"Launch", L"Mode");
   const bool known_mode = mode == L"normal" || mode == L"qt-only" || mode == L"full-dark";
   const bool created = read_ini_value(status, L"Launch", L"Operation") == L"create-process";
-  const std::string error = created ? json_number_or_null(read_ini_value(status, L"Launch", L"Error")) : "null";
+  const std::string error =
+      created ? json_number_or_null(read_ini_value(status, L"Launch", L"Error")) : "null";
 
   std::string text = "{\n";
   text += "\"schemaVersion\":1,\"generatedUtc\":" + generated_utc() + ",\n";
   text += "\"versions\":{\"tenebrix\":" + json_quote(build::launcher_version) +
           ",\"windowsBuild\":" + json_number_or_null(build) +
           ",\"windowsUBR\":" + (ubr ? std::to_string(*ubr) : "null") +
-          ",\"paltalk\":" + quoted_or_null(analysis.host_version) + ",\"qt\":" + quoted_or_null(analysis.qt_version) +
+          ",\"paltalk\":" + quoted_or_null(analysis.host_version) +
+          ",\"qt\":" + quoted_or_null(analysis.qt_version) +
           ",\"webView2\":" + quoted_or_null(runtime.webView2) + "},\n";
   text += "\"system\":{\"nativeArchitecture\":" + json_quote(machine) +
-          ",\"launcherArchitecture\":\"x64\",\"elevated\":" + boolean(process_is_elevated()) + "},\n";
+          ",\"launcherArchitecture\":\"x64\",\"elevated\":" + boolean(process_is_elevated()) +
+          "},\n";
   text += "\"configuration\":{\"browserDarkEnabled\":" + boolean(browser_dark_enabled()) +
           ",\"compatibility\":" + json_quote(verdict_word(analysis)) +
           ",\"lastLaunchMode\":" + (known_mode ? json_quote(mode) : "null") + "},\n";
   text += "\"runtime\":{\"paltalkRunning\":" + json_quote(runtime.paltalkRunning) +
           ",\"themeLoaded\":" + json_quote(runtime.themeLoaded) + ",\"webViewProcesses\":" +
-          (runtime.webViewProcesses < 0 ? "null" : std::to_string(runtime.webViewProcesses)) + "},\n";
-  text += "\"package\":{\"launcher\":" + package_file_record(install_root + L"\\NightveilMode.exe") +
-          ",\"plugin\":" + package_file_record(plugin_path()) +
-          ",\"uninstaller\":" + package_file_record(install_root + L"\\Uninstall.exe") + "},\n";
-  text += "\"lastOperation\":{\"operation\":" + std::string(created ? "\"create-process\"" : "null") +
-          ",\"errorCode\":" + error + "}\n";
+          (runtime.webViewProcesses < 0 ? "null" : std::to_string(runtime.webViewProcesses)) +
+          "},\n";
+  text +=
+      "\"package\":{\"launcher\":" + package_file_record(install_root + L"\\NightveilMode.exe") +
+      ",\"plugin\":" + package_file_record(plugin_path()) +
+      ",\"uninstaller\":" + package_file_record(install_root + L"\\Uninstall.exe") + "},\n";
+  text +=
+      "\"lastOperation\":{\"operation\":" + std::string(created ? "\"create-process\"" : "null") +
+      ",\"errorCode\":" + error + "}\n";
   text += "}\n";
   return text;
 }
 
 bool save_support_report(const std::wstring& target, const std::wstring& host_path, bool replace) {
-  return write_file_atomic(target, [&] { return compose_support_report(host_path); }, replace);
+  return write_file_atomic(
+      target, [&] { return compose_support_report(host_path); }, replace);
 }
 
 }  // namespace nv

@@ -21,9 +21,10 @@ constexpr int apply_preference_button = 102;
 platform::CheckBoxDialog support_dialog(bool checked) {
   using namespace platform;
   return {{sentence::support_title, sentence::support_instruction,
-           std::wstring(sentence::exit_before_plain_start) + L"\n\n" + sentence::report_promise + L"\n\n" +
-               sentence::preference_next_launch,
-           tdf_allow_dialog_cancellation | tdf_use_command_links | (checked ? tdf_verification_flag_checked : 0u),
+           std::wstring(sentence::exit_before_plain_start) + L"\n\n" + sentence::report_promise +
+               L"\n\n" + sentence::preference_next_launch,
+           tdf_allow_dialog_cancellation | tdf_use_command_links |
+               (checked ? tdf_verification_flag_checked : 0u),
            tdcbf_close_button},
           sentence::darken_pages,
           {{start_plain_button, sentence::start_plain},
@@ -51,8 +52,9 @@ bool start_without_theme(std::wstring& host_path, const HostStart& start_host) {
 
 std::wstring choose_report_path() {
   using namespace platform;
-  return save_file_dialog({sentence::save_report_title, sentence::report_file_type, L"*.json", L"json",
-                           sentence::report_file_name, fos_overwriteprompt | fos_forcefilesystem | fos_pathmustexist});
+  return save_file_dialog({sentence::save_report_title, sentence::report_file_type, L"*.json",
+                           L"json", sentence::report_file_name,
+                           fos_overwriteprompt | fos_forcefilesystem | fos_pathmustexist});
 }
 
 int run_support_dialog(std::wstring host_path, const HostStart& start_host) {

@@ -17,14 +17,17 @@ void stop_if_cancelled(const DownloadProgress& progress) {
 
 }  // namespace
 
-void download_to_file(const ReleaseManifest& manifest, const std::wstring& temporary_path, DownloadProgress& progress) {
+void download_to_file(const ReleaseManifest& manifest, const std::wstring& temporary_path,
+                      DownloadProgress& progress) {
   stop_if_cancelled(progress);
   // Declared in the reverse of their closing order: file, request, connection, session.
   const platform::HttpHandle session = platform::http_open(update_user_agent, false);
   if (!session) fail(failure::download_network);
-  // No overall deadline here: a user can watch a slow download, and a stall ends at the receive time-out.
+  // No overall deadline here: a user can watch a slow download, and a stall ends at the receive
+  // time-out.
   platform::http_set_timeouts(session.get(), {5000, 5000, 10000, 10000});
-  const platform::HttpHandle connection = platform::http_connect(session.get(), build::update_host, update_port);
+  const platform::HttpHandle connection =
+      platform::http_connect(session.get(), build::update_host, update_port);
   const platform::HttpHandle request = platform::http_open_request(connection.get(), manifest.path);
   if (!request) fail(failure::download_network);
   platform::http_refuse_redirects(request.get());  // unlike the feed's, its result is not examined
@@ -35,17 +38,18 @@ void download_to_file(const ReleaseManifest& manifest, const std::wstring& tempo
   if (!code || *code != 200) fail(failure::download_unavailable);
   const platform::NewFile file = platform::create_new_file(temporary_path);
   if (!file) fail(failure::download_file);
-  copy_response_to_file(
-      manifest.size, progress,
-      [&](char* buffer, std::uint32_t capacity, std::uint32_t& count) {
-        return platform::http_read(request.get(), buffer, capacity, &count);
-      },
-      {[&](const char* bytes, std::uint32_t count) { return platform::write_all(file.get(), bytes, count); },
-       [&] { return platform::flush_file(file.get()); }});
+  copy_response_to_file(manifest.size, progress,
+                        [&](char* buffer, std::uint32_t capacity, std::uint32_t& count) {
+                          return platform::http_read(request.get(), buffer, capacity, &count);
+                        },
+                        {[&](const char* bytes, std::uint32_t count) {
+                           return platform::write_all(file.get(), bytes, count);
+                         },
+                         [&] { return platform::flush_file(file.get()); }});
 }
 
-void copy_response_to_file(std::uint64_t size, DownloadProgress& progress, const ResponseReader& request,
-                           const FileWriter& file) {
+void copy_response_to_file(std::uint64_t size, DownloadProgress& progress,
+                           const ResponseReader& request, const FileWriter& file) {
   std::vector<char> buffer(download_read_size);
   std::uint64_t total = 0;
   stop_if_cancelled(progress);

@@ -21,12 +21,14 @@ struct DownloadProgress {
 // Fetches manifest.path from the update host into `temporary_path`, which must
 // not exist yet. Returns only with all of manifest.size bytes on disk; raises a
 // failure word otherwise, and leaves what was written for the caller to delete.
-void download_to_file(const ReleaseManifest& manifest, const std::wstring& temporary_path, DownloadProgress& progress);
+void download_to_file(const ReleaseManifest& manifest, const std::wstring& temporary_path,
+                      DownloadProgress& progress);
 
 // The two ends of the copy. The response reads up to `capacity` bytes and
 // reports the count, 0 at its end (WinHttpReadData); the file writes all the
 // bytes or fails (WriteFile), and flushes (FlushFileBuffers).
-using ResponseReader = std::function<bool(char* buffer, std::uint32_t capacity, std::uint32_t& count)>;
+using ResponseReader =
+    std::function<bool(char* buffer, std::uint32_t capacity, std::uint32_t& count)>;
 struct FileWriter {
   std::function<bool(const char* bytes, std::uint32_t count)> write;
   std::function<bool()> flush;
@@ -34,7 +36,7 @@ struct FileWriter {
 
 // Copies a response of exactly `size` bytes into the file, keeping `percent`
 // and stopping between reads when `cancel` is set. Raises a failure word.
-void copy_response_to_file(std::uint64_t size, DownloadProgress& progress, const ResponseReader& request,
-                           const FileWriter& file);
+void copy_response_to_file(std::uint64_t size, DownloadProgress& progress,
+                           const ResponseReader& request, const FileWriter& file);
 
 }  // namespace nv

@@ -26,7 +26,8 @@ void arm(ManifestState& state) {
 void wait_for(std::uint64_t start, ManifestState& state, std::uint32_t expected) {
   const std::uint64_t now = platform::tick_count();
   if (feed_deadline_passed(start, now)) fail(failure::update_deadline);
-  if (!platform::wait_event(state.event.get(), feed_time_left(start, now)) || state.status.load() != expected) {
+  if (!platform::wait_event(state.event.get(), feed_time_left(start, now)) ||
+      state.status.load() != expected) {
     fail(failure::update_deadline);
   }
 }
@@ -45,7 +46,9 @@ bool feed_deadline_passed(std::uint64_t start, std::uint64_t now) {
 }
 
 std::uint32_t feed_time_left(std::uint64_t start, std::uint64_t now) {
-  return feed_deadline_passed(start, now) ? 0 : static_cast<std::uint32_t>(feed_deadline_ms - (now - start));
+  return feed_deadline_passed(start, now)
+             ? 0
+             : static_cast<std::uint32_t>(feed_deadline_ms - (now - start));
 }
 
 void open_feed_request(FeedRequest& request) {
@@ -54,20 +57,25 @@ void open_feed_request(FeedRequest& request) {
   if (!request.session) fail(failure::update_network);
   platform::http_set_timeouts(request.session.get(), {step_ms, step_ms, step_ms, step_ms});
   // A failed connection shows itself at the next step, as a request that cannot be opened.
-  request.connection = platform::http_connect(request.session.get(), build::update_host, update_port);
-  const std::wstring path =
-      L"/downloads" + std::wstring(L"/updates/") + from_utf8(build::update_channel) + L"/latest.jws";
+  request.connection =
+      platform::http_connect(request.session.get(), build::update_host, update_port);
+  const std::wstring path = L"/downloads" + std::wstring(L"/updates/") +
+                            from_utf8(build::update_channel) + L"/latest.jws";
   request.request = platform::http_open_request(request.connection.get(), path);
   if (!request.request) fail(failure::update_network);
-  if (!platform::http_refuse_redirects(request.request.get())) fail(failure::update_redirect_policy);
+  if (!platform::http_refuse_redirects(request.request.get()))
+    fail(failure::update_redirect_policy);
   // Until the callback is registered no notification can free the context, so it is still ours.
   auto context = std::make_unique<FeedContext>(FeedContext{request.state});
-  if (!platform::http_set_context(request.request.get(), context.get())) fail(failure::update_context);
-  if (!platform::http_set_callback(request.request.get(), feed_status_callback)) fail(failure::update_callback);
+  if (!platform::http_set_context(request.request.get(), context.get()))
+    fail(failure::update_context);
+  if (!platform::http_set_callback(request.request.get(), feed_status_callback))
+    fail(failure::update_callback);
   request.context = context.release();
 }
 
-void await_feed_event(std::uint64_t deadline_start, ManifestState& state, std::uint32_t expected_status) {
+void await_feed_event(std::uint64_t deadline_start, ManifestState& state,
+                      std::uint32_t expected_status) {
   wait_for(deadline_start, state, expected_status);
   check_deadline(deadline_start);
 }
@@ -93,7 +101,8 @@ std::string fetch_manifest_text(FeedRequest& request) {
   for (;;) {
     check_deadline(start);
     arm(state);
-    if (!platform::http_read(handle, state.buffer.data(), feed_read_size, nullptr)) fail(failure::update_network);
+    if (!platform::http_read(handle, state.buffer.data(), feed_read_size, nullptr))
+      fail(failure::update_network);
     // The read is started between two tests of the deadline, so its wait is written out here.
     wait_for(start, state, notice::read_complete);
     check_deadline(start);
@@ -104,7 +113,8 @@ std::string fetch_manifest_text(FeedRequest& request) {
   }
 }
 
-void feed_status_callback(void*, std::uintptr_t context, unsigned long notification, void*, unsigned long length) {
+void feed_status_callback(void*, std::uintptr_t context, unsigned long notification, void*,
+                          unsigned long length) {
   auto* const owner = reinterpret_cast<FeedContext*>(context);
   if (!owner) return;
   const std::shared_ptr<ManifestState> state = owner->state;  // alive to the end of this call

@@ -24,9 +24,9 @@ inline constexpr std::uint16_t update_port = 443;
 // come after the launch thread has given up, so the state is held by shared
 // pointers: the launch thread's and the request context's.
 struct ManifestState {
-  platform::Event event;                  // auto-reset, closed with the state
-  std::atomic<std::uint32_t> status{0};   // the last completion reported, 0 when none
-  std::atomic<std::uint32_t> value{0};    // its length; for a read, the bytes read
+  platform::Event event;                 // auto-reset, closed with the state
+  std::atomic<std::uint32_t> status{0};  // the last completion reported, 0 when none
+  std::atomic<std::uint32_t> value{0};   // its length; for a read, the bytes read
   std::array<char, feed_read_size> buffer{};
 };
 
@@ -63,8 +63,9 @@ std::uint32_t feed_time_left(std::uint64_t start, std::uint64_t now);
 std::string fetch_manifest_text(FeedRequest& request);
 void open_feed_request(FeedRequest& request);
 // Waits for the one completion expected; raises "update deadline" on anything else.
-void await_feed_event(std::uint64_t deadline_start, ManifestState& state, std::uint32_t expected_status);
-void feed_status_callback(void* handle, std::uintptr_t context, unsigned long notification, void* information,
-                          unsigned long length);
+void await_feed_event(std::uint64_t deadline_start, ManifestState& state,
+                      std::uint32_t expected_status);
+void feed_status_callback(void* handle, std::uintptr_t context, unsigned long notification,
+                          void* information, unsigned long length);
 
 }  // namespace nv

@@ -31,18 +31,23 @@ template <typename Installer>
 bool passes(const Installer& file, const ReleaseManifest& manifest) {
   const std::optional<platform::OwnAttributes> own = file.attributes();
   if (!own || (own->attributes & platform::file_attribute_directory)) return false;
-  if (own->reparse_tag == platform::reparse_tag_symlink || own->reparse_tag == platform::reparse_tag_mount_point)
+  if (own->reparse_tag == platform::reparse_tag_symlink ||
+      own->reparse_tag == platform::reparse_tag_mount_point)
     return false;
   if (own->size != manifest.size) return false;
   if (file.sha256_hex() != manifest.sha256) return false;
   std::uint32_t secondary_signatures = 0;
-  if (!file.signed_at(0, installer_primary_signer, &secondary_signatures) || secondary_signatures == 0) return false;
+  if (!file.signed_at(0, installer_primary_signer, &secondary_signatures) ||
+      secondary_signatures == 0)
+    return false;
   return file.signed_at(1, installer_secondary_signer, nullptr);
 }
 
 struct InstallerAtPath {
   const std::wstring& path;
-  std::optional<platform::OwnAttributes> attributes() const { return platform::own_attributes(path); }
+  std::optional<platform::OwnAttributes> attributes() const {
+    return platform::own_attributes(path);
+  }
   std::string sha256_hex() const { return sha256_file_hex(path); }
   bool signed_at(std::uint32_t index, const wchar_t* subject, std::uint32_t* count) const {
     return signed_by_at(path, index, subject, count);
@@ -52,7 +57,9 @@ struct InstallerAtPath {
 struct HeldInstaller {
   const platform::OpenFile& file;
   const std::wstring& path;
-  std::optional<platform::OwnAttributes> attributes() const { return platform::own_attributes(file); }
+  std::optional<platform::OwnAttributes> attributes() const {
+    return platform::own_attributes(file);
+  }
   std::string sha256_hex() const { return sha256_file_hex(file); }
   bool signed_at(std::uint32_t index, const wchar_t* subject, std::uint32_t* count) const {
     return signed_by_at(file, path, index, subject, count);
@@ -73,14 +80,16 @@ std::vector<platform::RestartProcess> host_processes(const std::wstring& host_pa
   for (const platform::ProcessRecord& process : *processes) {
     if (fold_ascii(process.file_name) != fold_ascii(host_file_name)) continue;
     const auto identity = platform::process_identity(process.id);
-    if (identity && folded_path(identity->image_path) == wanted) found.push_back({process.id, identity->creation_time});
+    if (identity && folded_path(identity->image_path) == wanted)
+      found.push_back({process.id, identity->creation_time});
   }
   return found;
 }
 
 bool old_enough(const std::wstring& path, std::uint64_t now) {
   std::uint64_t written = 0;
-  return platform::last_write_time(path, written) && now >= written && now - written >= installer_cache_age_limit;
+  return platform::last_write_time(path, written) && now >= written &&
+         now - written >= installer_cache_age_limit;
 }
 
 bool is_revision_name(const std::wstring& name) {
@@ -92,7 +101,8 @@ bool is_revision_name(const std::wstring& name) {
 bool is_part_file(const std::wstring& name) {
   const std::wstring file = name.substr(0, name.find(L':'));
   const std::size_t dot = file.rfind(L'.');
-  return dot != std::wstring::npos && dot > 0 && file.compare(dot, std::wstring::npos, part_extension) == 0;
+  return dot != std::wstring::npos && dot > 0 &&
+         file.compare(dot, std::wstring::npos, part_extension) == 0;
 }
 
 }  // namespace
@@ -122,31 +132,38 @@ bool wait_for_host_exit(const std::wstring& host_path, const std::wstring& insta
   return pressed == platform::id_ok && !in_the_way(host_path, installation);
 }
 
-std::wstring build_installer_command(const std::wstring& installer_path, const std::wstring& host_path,
-                                     bool resume_dark, std::uint32_t process_id, const std::wstring& browser_dark,
+std::wstring build_installer_command(const std::wstring& installer_path,
+                                     const std::wstring& host_path, bool resume_dark,
+                                     std::uint32_t process_id, const std::wstring& browser_dark,
                                      const std::wstring& diagnostic_path) {
   std::wstring line = quote_argument(installer_path) + L" /AUTOUPDATE /UPGRADE /PARENTPID=" +
-                      std::to_wstring(process_id) + L" /RESUME=" + (resume_dark ? L"dark" : L"normal") +
-                      L" /PALTALK=" + quote_argument(host_path);
+                      std::to_wstring(process_id) + L" /RESUME=" +
+                      (resume_dark ? L"dark" : L"normal") + L" /PALTALK=" +
+                      quote_argument(host_path);
   if (browser_dark == L"on" || browser_dark == L"off") line += L" /BROWSERDARK=" + browser_dark;
   if (!diagnostic_path.empty() && is_absolute_path(diagnostic_path))
     line += L" /DIAGNOSTIC=" + quote_argument(diagnostic_path);
   return line;
 }
 
-bool start_installer(const std::wstring& installer_path, const std::wstring& host_path, bool resume_dark,
-                     const std::wstring& browser_dark, const std::wstring& diagnostic_path) {
-  const std::wstring line = build_installer_command(installer_path, host_path, resume_dark,
-                                                    platform::current_process_id(), browser_dark, diagnostic_path);
+bool start_installer(const std::wstring& installer_path, const std::wstring& host_path,
+                     bool resume_dark, const std::wstring& browser_dark,
+                     const std::wstring& diagnostic_path) {
+  const std::wstring line =
+      build_installer_command(installer_path, host_path, resume_dark,
+                              platform::current_process_id(), browser_dark, diagnostic_path);
   return platform::start_program(installer_path, line).started;
 }
 
-InstallerStart start_verified_installer(const std::wstring& installer_path, const ReleaseManifest& manifest,
+InstallerStart start_verified_installer(const std::wstring& installer_path,
+                                        const ReleaseManifest& manifest,
                                         const std::wstring& host_path, bool resume_dark,
-                                        const std::wstring& browser_dark, const std::wstring& diagnostic_path) {
+                                        const std::wstring& browser_dark,
+                                        const std::wstring& diagnostic_path) {
   // Held until CreateProcessW has returned: what was verified is what starts.
   const platform::HeldFile held = platform::hold_file(installer_path);
-  if (!held || !passes(HeldInstaller{*held, installer_path}, manifest)) return InstallerStart::refused;
+  if (!held || !passes(HeldInstaller{*held, installer_path}, manifest))
+    return InstallerStart::refused;
   return start_installer(installer_path, host_path, resume_dark, browser_dark, diagnostic_path)
              ? InstallerStart::started
              : InstallerStart::start_failed;
@@ -160,12 +177,14 @@ void report_update_failure(int phase) {
 void clean_update_cache() try {
   const std::wstring root = updates_root();
   if (root.empty()) return;
-  prune_update_folder(append_path(root, installer_cache_channel), build::current_revision, platform::system_time());
+  prune_update_folder(append_path(root, installer_cache_channel), build::current_revision,
+                      platform::system_time());
 } catch (...) {
   // A file that cannot go stays until the next launch.
 }
 
-void prune_update_folder(const std::wstring& channel_folder, std::int32_t keep_revision, std::uint64_t now) try {
+void prune_update_folder(const std::wstring& channel_folder, std::int32_t keep_revision,
+                         std::uint64_t now) try {
   if (platform::file_kind(channel_folder) != platform::FileKind::directory) return;
   std::vector<std::wstring> folders;
   for (const platform::DirectoryEntry& entry : platform::list_directory(channel_folder))
@@ -180,7 +199,8 @@ void prune_update_folder(const std::wstring& channel_folder, std::int32_t keep_r
     }
     // The running revision keeps its installer; only what a crash left behind goes.
     for (const platform::DirectoryEntry& entry : platform::list_directory(folder))
-      if (entry.kind == platform::FileKind::regular && is_part_file(name_of(entry.path)) && old_enough(entry.path, now))
+      if (entry.kind == platform::FileKind::regular && is_part_file(name_of(entry.path)) &&
+          old_enough(entry.path, now))
         platform::remove_tree(entry.path);
   }
 } catch (...) {

@@ -27,21 +27,25 @@ bool verify_installer(const std::wstring& path, const ReleaseManifest& manifest)
 // host had closed. False on Cancel, or on OK while a host still runs.
 bool wait_for_host_exit(const std::wstring& host_path, const std::wstring& installation);
 
-std::wstring build_installer_command(const std::wstring& installer_path, const std::wstring& host_path,
-                                     bool resume_dark, std::uint32_t process_id, const std::wstring& browser_dark,
+std::wstring build_installer_command(const std::wstring& installer_path,
+                                     const std::wstring& host_path, bool resume_dark,
+                                     std::uint32_t process_id, const std::wstring& browser_dark,
                                      const std::wstring& diagnostic_path);
 // True when the installer's process was created.
-bool start_installer(const std::wstring& installer_path, const std::wstring& host_path, bool resume_dark,
-                     const std::wstring& browser_dark, const std::wstring& diagnostic_path);
+bool start_installer(const std::wstring& installer_path, const std::wstring& host_path,
+                     bool resume_dark, const std::wstring& browser_dark,
+                     const std::wstring& diagnostic_path);
 
 // The last verification and the start as one act: the file is held open, not
 // through a link and with nobody allowed to write, rename or delete it, from
 // before its verification (through that handle) until CreateProcessW has
 // returned. Raises what sha256_file_hex raises.
 enum class InstallerStart { started, refused, start_failed };
-InstallerStart start_verified_installer(const std::wstring& installer_path, const ReleaseManifest& manifest,
+InstallerStart start_verified_installer(const std::wstring& installer_path,
+                                        const ReleaseManifest& manifest,
                                         const std::wstring& host_path, bool resume_dark,
-                                        const std::wstring& browser_dark, const std::wstring& diagnostic_path);
+                                        const std::wstring& browser_dark,
+                                        const std::wstring& diagnostic_path);
 
 // Phase 0: the download or its verification failed; 1: the verified installer
 // could not be started. An error message, unless silent_mode.
@@ -50,6 +54,7 @@ void report_update_failure(int phase);
 // Prunes the channel folder of the installer cache for current_revision.
 void clean_update_cache();  // never throws
 // `now` in FILETIME units. Never throws.
-void prune_update_folder(const std::wstring& channel_folder, std::int32_t keep_revision, std::uint64_t now);
+void prune_update_folder(const std::wstring& channel_folder, std::int32_t keep_revision,
+                         std::uint64_t now);
 
 }  // namespace nv

@@ -17,7 +17,8 @@
 namespace nv {
 namespace {
 
-constexpr std::string_view version_alphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-";
+constexpr std::string_view version_alphabet =
+    "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-";
 constexpr std::string_view hex_alphabet = "0123456789abcdef";
 constexpr std::size_t version_limit = 80;
 
@@ -34,7 +35,8 @@ void require(bool condition, const char* word) {
   if (!condition) fail(word);
 }
 
-void check_header(const JsonObject& header, const ManifestRules& rules, std::size_t signature_size) {
+void check_header(const JsonObject& header, const ManifestRules& rules,
+                  std::size_t signature_size) {
   // A wrong count or value is one failure; a missing key of three fails in the lookup.
   require(header.size() == 3, failure::update_header);
   require(json_text(header, "alg") == "ES256", failure::update_header);
@@ -66,7 +68,8 @@ ReleaseManifest parse_release_manifest(const std::string& text, const ManifestRu
   const std::size_t first = text.find('.');
   require(first != std::string::npos, failure::update_manifest);
   const std::size_t second = text.find('.', first + 1);
-  require(second != std::string::npos && text.find('.', second + 1) == std::string::npos, failure::update_manifest);
+  require(second != std::string::npos && text.find('.', second + 1) == std::string::npos,
+          failure::update_manifest);
 
   const auto header_bytes = base64url_decode(text.substr(0, first));
   const auto payload_bytes = base64url_decode(text.substr(first + 1, second - first - 1));
@@ -84,7 +87,8 @@ ReleaseManifest parse_release_manifest(const std::string& text, const ManifestRu
   const std::int64_t revision = json_number(claims, "revision");
   const std::int64_t release_utc = json_number(claims, "releaseUtc");
   const std::int64_t size = json_number(claims, "size");
-  require(revision >= 1 && revision <= 2147483647 && release_utc >= 1700000000 && size >= 1024 && size <= 200000000,
+  require(revision >= 1 && revision <= 2147483647 && release_utc >= 1700000000 && size >= 1024 &&
+              size <= 200000000,
           failure::update_bounds);
 
   const std::string& sha256 = json_text(claims, "sha256");
@@ -95,10 +99,11 @@ ReleaseManifest parse_release_manifest(const std::string& text, const ManifestRu
   require(sha256.find_first_not_of(hex_alphabet) == std::string::npos, failure::update_hash);
 
   // The path is computed, never taken: a signed text can name no other place on the host.
-  const std::string expected =
-      "/downloads/releases/" + rules.channel + "/" + std::to_string(revision) + "/Tenebrix-" + version + "-Setup.exe";
+  const std::string expected = "/downloads/releases/" + rules.channel + "/" +
+                               std::to_string(revision) + "/Tenebrix-" + version + "-Setup.exe";
   require(path.rfind(expected, 0) == 0 && path == expected, failure::update_path);
-  require(version.size() <= version_limit && version.find_first_not_of(version_alphabet) == std::string::npos,
+  require(version.size() <= version_limit &&
+              version.find_first_not_of(version_alphabet) == std::string::npos,
           failure::update_path);
 
   ReleaseManifest manifest;

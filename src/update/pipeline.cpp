@@ -48,7 +48,8 @@ DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring&
   DownloadDialogState state{&progress, &worker, false};
   const int pressed = platform::timer_dialog(
       {L"Tenebrix", sentence::download_title, sentence::download_content,
-       platform::tdf_show_progress_bar | platform::tdf_callback_timer, platform::tdcbf_cancel_button},
+       platform::tdf_show_progress_bar | platform::tdf_callback_timer,
+       platform::tdcbf_cancel_button},
       [&](const platform::DialogWindow& dialog, platform::DialogEvent event, int button) {
         return download_dialog_callback(state, dialog, event, button);
       });
@@ -57,7 +58,8 @@ DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring&
   const bool downloaded = worker.get();
   if (dialog_failed) return DownloadResult::failed;
   if (progress.cancel) return DownloadResult::cancelled;
-  if (!downloaded || !verify_installer(part.path, manifest) || !platform::move_file(part.path, target, true))
+  if (!downloaded || !verify_installer(part.path, manifest) ||
+      !platform::move_file(part.path, target, true))
     return DownloadResult::failed;
   return verify_installer(target, manifest) ? DownloadResult::ready : DownloadResult::failed;
 }
@@ -91,9 +93,9 @@ int download_dialog_callback(DownloadDialogState& state, const platform::DialogW
   return 1;
 }
 
-bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& host_path, bool resume_dark,
-                         const std::wstring& install_root, const std::wstring& browser_dark,
-                         const std::wstring& diagnostic_path) {
+bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& host_path,
+                         bool resume_dark, const std::wstring& install_root,
+                         const std::wstring& browser_dark, const std::wstring& diagnostic_path) {
   int phase = 0;
   try {
     std::wstring target;
@@ -109,9 +111,10 @@ bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& ho
       return false;
     }
     if (!wait_for_host_exit(host_path, install_root)) return false;
-    // The last check and the start share one held handle, so nothing can swap the file between them.
-    if (start_verified_installer(target, manifest, host_path, resume_dark, browser_dark, diagnostic_path) !=
-        InstallerStart::started) {
+    // The last check and the start share one held handle, so nothing can swap the file between
+    // them.
+    if (start_verified_installer(target, manifest, host_path, resume_dark, browser_dark,
+                                 diagnostic_path) != InstallerStart::started) {
       report_update_failure(1);
       return false;
     }

@@ -27,8 +27,8 @@ int download_dialog_callback(DownloadDialogState& state, const platform::DialogW
                              platform::DialogEvent event, int button);
 
 // True when the installer has been started and this launch must end. Never raises.
-bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& host_path, bool resume_dark,
-                         const std::wstring& install_root, const std::wstring& browser_dark,
-                         const std::wstring& diagnostic_path);
+bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& host_path,
+                         bool resume_dark, const std::wstring& install_root,
+                         const std::wstring& browser_dark, const std::wstring& diagnostic_path);
 
 }  // namespace nv

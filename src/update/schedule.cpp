@@ -74,7 +74,8 @@ bool update_check_due() try {
   const std::wstring root = updates_root();
   if (root.empty()) return false;
   UpdateCheckState state = open_update_check_state(append_path(root, check_state_name()));
-  const auto now = (static_cast<std::int64_t>(platform::system_time()) - filetime_of_1970) / filetime_per_second;
+  const auto now =
+      (static_cast<std::int64_t>(platform::system_time()) - filetime_of_1970) / filetime_per_second;
   const bool due = claim_check_slot(state, now);
   state.mutex.reset();
   return due;
@@ -105,7 +106,8 @@ bool claim_check_slot(UpdateCheckState& state, std::int64_t now) {
 std::int64_t read_last_attempt(const std::wstring& path) {
   if (!path_exists(path)) return 0;
   std::string bytes;
-  if (!platform::read_file_head(path, check_state_limit + 1, bytes)) fail(failure::update_check_state);
+  if (!platform::read_file_head(path, check_state_limit + 1, bytes))
+    fail(failure::update_check_state);
   if (bytes.size() > check_state_limit) return 0;
   // Nonsense counts as no state: the next write heals the file.
   try {

@@ -11,7 +11,7 @@
 namespace nv {
 
 inline constexpr std::int64_t update_check_interval = 86'400;  // seconds
-inline constexpr std::size_t check_state_limit = 256;          // bytes; a longer file holds nothing usable
+inline constexpr std::size_t check_state_limit = 256;  // bytes; a longer file holds nothing usable
 
 // Alive for one call of update_check_due.
 struct UpdateCheckState {

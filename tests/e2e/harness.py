@@ -10,24 +10,69 @@ import pytest
 
 ROOT = Path(__file__).resolve().parents[2]
 BUILD = Path(os.environ.get("NV_BUILD_DIR", ROOT / "build" / "windows"))
-given = lambda name, default: Path(os.environ.get(name, BUILD / default))  # noqa: E731  (tests/CMakeLists.txt sets them)
-LAUNCHER, FIXTURES, PROBE = given("NV_LAUNCHER", "NightveilMode.exe"), given("NV_FIXTURES", "tests/fixtures/files"), given("NV_FEED_PROBE", "tests/feed_probe.exe")
-ARTIFACTS, CASES, PKI = given("NV_E2E_ARTIFACTS", "e2e-artifacts"), given("NV_E2E_CASES", "e2e-cases"), given("NV_PKI", "pki")
+given = lambda name, default: Path(
+    os.environ.get(name, BUILD / default)
+)  # noqa: E731  (tests/CMakeLists.txt sets them)
+LAUNCHER, FIXTURES, PROBE = (
+    given("NV_LAUNCHER", "NightveilMode.exe"),
+    given("NV_FIXTURES", "tests/fixtures/files"),
+    given("NV_FEED_PROBE", "tests/feed_probe.exe"),
+)
+ARTIFACTS, CASES, PKI = (
+    given("NV_E2E_ARTIFACTS", "e2e-artifacts"),
+    given("NV_E2E_CASES", "e2e-cases"),
+    given("NV_PKI", "pki"),
+)
 QT, TITLE = ("Qt6Core.dll", "Qt6Gui.dll", "Qt6Widgets.dll"), "Tenebrix"
-MANAGED = ("QT_PLUGIN_PATH", "QT_STYLE_OVERRIDE", "NIGHTVEIL_", "WEBVIEW2_", "TENEBRIX_WEBVIEW_")  # names the launcher sets
+MANAGED = (
+    "QT_PLUGIN_PATH",
+    "QT_STYLE_OVERRIDE",
+    "NIGHTVEIL_",
+    "WEBVIEW2_",
+    "TENEBRIX_WEBVIEW_",
+)  # names the launcher sets
 
 # The product's own sentences, failure words and exit codes, by their names in its catalogues.
 _CATALOGUES = ROOT / "src" / "foundation"
-SENTENCE = SimpleNamespace(**{name: codecs.decode("".join(re.findall(r'L"((?:[^"\\]|\\.)*)"', body)), "unicode_escape") for name, body
-                              in re.findall(r'wchar_t\* (\w+) =\s*((?:L"(?:[^"\\]|\\.)*"\s*)+);', (_CATALOGUES / "sentences.h").read_text())})
-FAILURE = SimpleNamespace(**dict(re.findall(r'char\* (\w+) = "([^"]*)";', (_CATALOGUES / "failure.h").read_text())))
-EXIT = SimpleNamespace(**{name: int(code) for name, code in re.findall(r"int (\w+) = (\d+);", (_CATALOGUES / "exit_code.h").read_text())})
-WINE_ENV = dict(line.split("=", 1) for line in subprocess.run(["bash", "-c", f'. "{ROOT}/tests/wine/env.sh"; env'],
-                check=True, capture_output=True, text=True, timeout=30).stdout.splitlines() if line.startswith("WINE"))
+SENTENCE = SimpleNamespace(
+    **{
+        name: codecs.decode("".join(re.findall(r'L"((?:[^"\\]|\\.)*)"', body)), "unicode_escape")
+        for name, body in re.findall(
+            r'wchar_t\* (\w+) =\s*((?:L"(?:[^"\\]|\\.)*"\s*)+);',
+            (_CATALOGUES / "sentences.h").read_text(),
+        )
+    }
+)
+FAILURE = SimpleNamespace(
+    **dict(re.findall(r'char\* (\w+) = "([^"]*)";', (_CATALOGUES / "failure.h").read_text()))
+)
+EXIT = SimpleNamespace(
+    **{
+        name: int(code)
+        for name, code in re.findall(
+            r"int (\w+) = (\d+);", (_CATALOGUES / "exit_code.h").read_text()
+        )
+    }
+)
+WINE_ENV = dict(
+    line.split("=", 1)
+    for line in subprocess.run(
+        ["bash", "-c", f'. "{ROOT}/tests/wine/env.sh"; env'],
+        check=True,
+        capture_output=True,
+        text=True,
+        timeout=30,
+    ).stdout.splitlines()
+    if line.startswith("WINE")
+)
 
 
 def environment(extra: dict | None = None, debug: str = "-all") -> dict[str, str]:
-    env = {k: v for k, v in os.environ.items() if not k.upper().startswith(MANAGED) and k != "PYTEST_CURRENT_TEST"}
+    env = {
+        k: v
+        for k, v in os.environ.items()
+        if not k.upper().startswith(MANAGED) and k != "PYTEST_CURRENT_TEST"
+    }
     return env | WINE_ENV | {"WINEDEBUG": debug} | (extra or {})
 
 
@@ -43,7 +88,9 @@ def wait_for(condition, timeout: float) -> bool:
 
 
 def xdo(*args: str) -> list[str]:
-    return subprocess.run(["xdotool", *args], capture_output=True, text=True, timeout=10).stdout.split()
+    return subprocess.run(
+        ["xdotool", *args], capture_output=True, text=True, timeout=10
+    ).stdout.split()
 
 
 def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
@@ -52,8 +99,18 @@ def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
     pending, shots = [(a, TITLE, "") if isinstance(a, str) else a for a in answers], []
     while proc.poll() is None:
         key, title, text = pending[0] if pending else ("", TITLE, "")
-        windows = xdo("search", "--all", "--onlyvisible", "--pid", str(proc.pid), "--name", f"^{re.escape(title)}$")
-        closed = lambda: windows[0] not in xdo("search", "--onlyvisible", "--name", title)  # noqa: E731
+        windows = xdo(
+            "search",
+            "--all",
+            "--onlyvisible",
+            "--pid",
+            str(proc.pid),
+            "--name",
+            f"^{re.escape(title)}$",
+        )
+        closed = lambda: windows[0] not in xdo(
+            "search", "--onlyvisible", "--name", title
+        )  # noqa: E731
         if time.monotonic() > deadline or windows:
             time.sleep(0.3)  # let it paint
             shots.append(ARTIFACTS / f"{label}-{len(shots) + 1}.png")
@@ -66,7 +123,9 @@ def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
                 continue
             xdo("windowfocus", "--sync", windows[0])
             text(windows[0]) if callable(text) else xdo("type", "--delay", "5", text)
-            for _ in range(4):  # a key that arrives while the dialog takes the focus is lost: send it again
+            for _ in range(
+                4
+            ):  # a key that arrives while the dialog takes the focus is lost: send it again
                 xdo("windowfocus", "--sync", windows[0])
                 xdo("key", "--clearmodifiers", key)
                 if wait_for(closed, 2.5):
@@ -80,8 +139,15 @@ def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
 
 def start(program: Path, *args: str, cwd: Path, env: dict, log: Path) -> subprocess.Popen:
     with open(log, "wb") as output:  # a pipe would wait for explorer, which inherits Wine's output
-        return subprocess.Popen(["wine", program, *args], cwd=cwd, env=env, stdin=subprocess.DEVNULL,
-                                stdout=output, stderr=output, start_new_session=True)
+        return subprocess.Popen(
+            ["wine", program, *args],
+            cwd=cwd,
+            env=env,
+            stdin=subprocess.DEVNULL,
+            stdout=output,
+            stderr=output,
+            start_new_session=True,
+        )
 
 
 def kill(proc: subprocess.Popen) -> None:
@@ -90,7 +156,15 @@ def kill(proc: subprocess.Popen) -> None:
     proc.wait(timeout=10)
 
 
-def wine(program: Path, *args: str, cwd: Path = CASES, env: dict | None = None, log: Path, answers=(), timeout=30):
+def wine(
+    program: Path,
+    *args: str,
+    cwd: Path = CASES,
+    env: dict | None = None,
+    log: Path,
+    answers=(),
+    timeout=30,
+):
     """Runs one Windows program to its end; returns its exit code, its and Wine's output, and the screenshots."""
     for _ in range(3):
         proc = start(program, *args, cwd=cwd, env=env or environment(), log=log)
@@ -99,7 +173,9 @@ def wine(program: Path, *args: str, cwd: Path = CASES, env: dict | None = None, 
         finally:
             kill(proc)
         text = log.read_text(errors="replace")
-        if not re.search(r"^wine: (failed|could not|cannot)|ShellExecuteEx failed|error 1359", text, re.M):
+        if not re.search(
+            r"^wine: (failed|could not|cannot)|ShellExecuteEx failed|error 1359", text, re.M
+        ):
             return proc.returncode, text, shots
     raise AssertionError(f"Wine could not start {program}: {text}")
 
@@ -115,11 +191,24 @@ def probe(*args: str, answers=(), label: str = "probe", timed: bool = False):
 def record(folder: Path, timeout: float = 15) -> SimpleNamespace:
     """What the fixture host (or installer) in `folder` received; `block` leaves out what Wine adds to every process."""
     assert wait_for((folder / "host-record.txt").exists, timeout), f"nothing started in {folder}"
-    _, pid, parent, line, cwd, loaded, block = (folder / "host-record.txt").read_bytes()[2:].decode("utf-16-le").split("\0", 6)
-    entries = [(e[:e.index("=", 1)], e[e.index("=", 1) + 1:]) for e in block.split("\0") if e]
-    block = [(n, v) for n, v in entries if not n.upper().startswith("WINE") and n.upper() not in ("SYSTEMDRIVE", "SYSTEMROOT")]
-    return SimpleNamespace(pid=int(pid), parent=parent, command_line=line, directory=cwd, loaded=loaded, block=block,
-                           env=dict(entries))
+    _, pid, parent, line, cwd, loaded, block = (
+        (folder / "host-record.txt").read_bytes()[2:].decode("utf-16-le").split("\0", 6)
+    )
+    entries = [(e[: e.index("=", 1)], e[e.index("=", 1) + 1 :]) for e in block.split("\0") if e]
+    block = [
+        (n, v)
+        for n, v in entries
+        if not n.upper().startswith("WINE") and n.upper() not in ("SYSTEMDRIVE", "SYSTEMROOT")
+    ]
+    return SimpleNamespace(
+        pid=int(pid),
+        parent=parent,
+        command_line=line,
+        directory=cwd,
+        loaded=loaded,
+        block=block,
+        env=dict(entries),
+    )
 
 
 @contextlib.contextmanager
@@ -127,10 +216,23 @@ def update_host(routes: dict | None, log: Path):
     """update_server.py answering `routes` (None: nothing listens); yields the list of paths asked for so far."""
     log.write_text("")
     script = json.dumps({"routes": routes or {}, "refuse": routes is None})
-    server = subprocess.Popen([sys.executable, Path(__file__).parent / "update_server.py", script, log,
-                               PKI / "update-server.crt", PKI / "update-server.key", "300"], stdout=subprocess.PIPE, text=True)
+    server = subprocess.Popen(
+        [
+            sys.executable,
+            Path(__file__).parent / "update_server.py",
+            script,
+            log,
+            PKI / "update-server.crt",
+            PKI / "update-server.key",
+            "300",
+        ],
+        stdout=subprocess.PIPE,
+        text=True,
+    )
     try:  # another checkout's server may hold the port for a while
-        assert select.select([server.stdout], [], [], 600)[0] and server.stdout.readline() == "ready\n"
+        assert (
+            select.select([server.stdout], [], [], 600)[0] and server.stdout.readline() == "ready\n"
+        )
         yield lambda: [line.split()[1] for line in log.read_text().splitlines()]
     finally:
         server.kill()
@@ -139,15 +241,29 @@ def update_host(routes: dict | None, log: Path):
 
 def release_manifest(revision: int, version: str, installer: Path) -> tuple[str, str]:
     """A latest.jws for `installer` signed with the test builds' key (the ES256 example key of RFC 7515, A.3),
-    and the path it names on the update host. The nonce 1 needs no curve arithmetic: r is the generator's x."""
+    and the path it names on the update host. The nonce 1 needs no curve arithmetic: r is the generator's x.
+    """
     path = f"/downloads/releases/stable/{revision}/Tenebrix-{version}-Setup.exe"
-    claims = {"schema": 1, "product": "tenebrix", "channel": "stable", "revision": revision, "releaseUtc": 1750000000,
-              "size": installer.stat().st_size, "sha256": hashlib.sha256(installer.read_bytes()).hexdigest(),
-              "path": path, "version": version}
+    claims = {
+        "schema": 1,
+        "product": "tenebrix",
+        "channel": "stable",
+        "revision": revision,
+        "releaseUtc": 1750000000,
+        "size": installer.stat().st_size,
+        "sha256": hashlib.sha256(installer.read_bytes()).hexdigest(),
+        "path": path,
+        "version": version,
+    }
     b64 = lambda data: urlsafe_b64encode(data).decode().rstrip("=")  # noqa: E731
-    signed = ".".join(b64(json.dumps(o, separators=(",", ":")).encode()) for o in
-                      ({"alg": "ES256", "typ": "TXUPDATE", "kid": "stable-1"}, claims))
-    n, x = 0xFFFFFFFF00000000FFFFFFFFFFFFFFFFBCE6FAADA7179E84F3B9CAC2FC632551, 0x6B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C296
+    signed = ".".join(
+        b64(json.dumps(o, separators=(",", ":")).encode())
+        for o in ({"alg": "ES256", "typ": "TXUPDATE", "kid": "stable-1"}, claims)
+    )
+    n, x = (
+        0xFFFFFFFF00000000FFFFFFFFFFFFFFFFBCE6FAADA7179E84F3B9CAC2FC632551,
+        0x6B17D1F2E12C4247F8BCE6E563A440F277037D812DEB33A0F4A13945D898C296,
+    )
     d = 0x8E9B109E719098BF980487DF1F5D77E9CB29606EBED2263B5F57C213DF84F4B2  # the private key
     s = (int.from_bytes(hashlib.sha256(signed.encode()).digest(), "big") + x * d) % n
     return signed + "." + b64(x.to_bytes(32, "big") + s.to_bytes(32, "big")), path
@@ -155,7 +271,11 @@ def release_manifest(revision: int, version: str, installer: Path) -> tuple[str,
 
 def uninstall_key(root: str, view: int) -> str:
     """The tests' uninstall entry in one registry view; the 32-bit view lies under Wow6432Node of the 64-bit one."""
-    return f"{root}\\Software\\" + ("Wow6432Node\\" if view == 32 else "") + r"Microsoft\Windows\CurrentVersion\Uninstall\NvE2E"
+    return (
+        f"{root}\\Software\\"
+        + ("Wow6432Node\\" if view == 32 else "")
+        + r"Microsoft\Windows\CurrentVersion\Uninstall\NvE2E"
+    )
 
 
 def registry(*lines: str) -> None:
@@ -169,7 +289,9 @@ def registry(*lines: str) -> None:
 def read_ini(path: Path) -> dict[str, dict[str, str]]:
     """Sections of a profile file (UTF-16 with FF FE, or plain) in the file's order; a missing file is empty."""
     data, sections, current = path.read_bytes() if path.exists() else b"", {}, {}
-    for line in (data[2:].decode("utf-16-le") if data[:2] == b"\xff\xfe" else data.decode()).splitlines():
+    for line in (
+        data[2:].decode("utf-16-le") if data[:2] == b"\xff\xfe" else data.decode()
+    ).splitlines():
         if line.startswith("["):
             current = sections.setdefault(line.strip("[]"), {})
         elif "=" in line:
@@ -180,22 +302,39 @@ def read_ini(path: Path) -> dict[str, dict[str, str]]:
 class Install:
     """One case's files: <case>/Tenebrix (launcher, plugin) beside <case>/Paltalk (host, Qt libraries)."""
 
-    def __init__(self, name: str, host_files: Path = FIXTURES / "qt-6.11.1.0", host: Path = FIXTURES / "Paltalk.exe"):
-        self.root = CASES / (re.sub(r"[^\w.-]+", "_", name)[:40] + hashlib.sha1(name.encode()).hexdigest()[:6])
+    def __init__(
+        self,
+        name: str,
+        host_files: Path = FIXTURES / "qt-6.11.1.0",
+        host: Path = FIXTURES / "Paltalk.exe",
+    ):
+        self.root = CASES / (
+            re.sub(r"[^\w.-]+", "_", name)[:40] + hashlib.sha1(name.encode()).hexdigest()[:6]
+        )
         shutil.rmtree(self.root, ignore_errors=True)
         self.tenebrix, self.paltalk = self.root / "Tenebrix", self.root / "Paltalk"
         self.launcher, self.host = self.tenebrix / "NightveilMode.exe", self.paltalk / "Paltalk.exe"
         (self.tenebrix / "plugins" / "styles").mkdir(parents=True)
         self.paltalk.mkdir()
-        for source, target in [(LAUNCHER, self.launcher), (FIXTURES / "plugin" / "Nightveil.dll", self.tenebrix / "plugins" / "styles"),
-                               (host, self.host)] + [(host_files / module, self.paltalk) for module in QT]:
+        for source, target in [
+            (LAUNCHER, self.launcher),
+            (FIXTURES / "plugin" / "Nightveil.dll", self.tenebrix / "plugins" / "styles"),
+            (host, self.host),
+        ] + [(host_files / module, self.paltalk) for module in QT]:
             shutil.copy2(source, target)
         self.runs = itertools.count(1)
 
     def run(self, *args: str, env: dict | None = None, answers=(), timeout: float = 30):
         """The launcher's exit code, the texts of its message boxes, and the screenshots of its dialogs."""
-        code, text, shots = wine(self.launcher, *args, cwd=self.root, env=environment(env, "-all,+msgbox"),
-                                 log=self.root / f"{self.root.name}-{next(self.runs)}.log", answers=answers, timeout=timeout)
+        code, text, shots = wine(
+            self.launcher,
+            *args,
+            cwd=self.root,
+            env=environment(env, "-all,+msgbox"),
+            log=self.root / f"{self.root.name}-{next(self.runs)}.log",
+            answers=answers,
+            timeout=timeout,
+        )
         texts = re.findall(r'trace:msgbox:MSGBOX_OnInit L"(.*)"$', text, re.M)
         return code, [codecs.decode(t, "unicode_escape") for t in texts], shots
 
@@ -206,7 +345,10 @@ class Install:
         return read_ini(self.tenebrix / name)
 
     def hashes(self) -> str:
-        return "|".join(hashlib.sha256((self.paltalk / f).read_bytes()).hexdigest() for f in ("Paltalk.exe", *QT))
+        return "|".join(
+            hashlib.sha256((self.paltalk / f).read_bytes()).hexdigest()
+            for f in ("Paltalk.exe", *QT)
+        )
 
     def mark_tested(self) -> None:
         (self.tenebrix / "compatibility.ini").write_text(f"[Tested]\nHashes={self.hashes()}\n")
@@ -214,8 +356,12 @@ class Install:
     def settle(self) -> list[str]:
         """Stops the case's host; kills by id, and returns, what of the case still runs after 15 s."""
         (self.paltalk / "host-stop").touch()
-        pattern = self.root.name + r"[/\\]"  # a path in this case's folder, in Unix or Windows spelling
-        ours = lambda: subprocess.run(["pgrep", "-if", pattern], capture_output=True, text=True, timeout=10).stdout.split()  # noqa: E731
+        pattern = (
+            self.root.name + r"[/\\]"
+        )  # a path in this case's folder, in Unix or Windows spelling
+        ours = lambda: subprocess.run(
+            ["pgrep", "-if", pattern], capture_output=True, text=True, timeout=10
+        ).stdout.split()  # noqa: E731
         left = [] if wait_for(lambda: not ours(), 15) else ours()
         left and subprocess.run(["kill", "-9", *left], capture_output=True, timeout=10)
         return left
@@ -224,19 +370,41 @@ class Install:
 @pytest.fixture(scope="session", autouse=True)
 def session_keeper():
     """A windowless copy of the host running for the session: the wineserver and Wine's desktop shell stay
-    up, so runs start fast, and its record holds the block any program this harness starts receives."""
-    assert LAUNCHER.exists() and os.environ.get("DISPLAY"), "build the windows preset and provide a display"
-    subprocess.run([ROOT / "tests" / "wine" / "make-prefix.sh"], check=True, timeout=900, stdout=subprocess.DEVNULL)
+    up, so runs start fast, and its record holds the block any program this harness starts receives.
+    """
+    assert LAUNCHER.exists() and os.environ.get(
+        "DISPLAY"
+    ), "build the windows preset and provide a display"
+    subprocess.run(
+        [ROOT / "tests" / "wine" / "make-prefix.sh"],
+        check=True,
+        timeout=900,
+        stdout=subprocess.DEVNULL,
+    )
     [folder.mkdir(parents=True, exist_ok=True) for folder in (ARTIFACTS, CASES)]
     # Entries a killed run may have left; with no window manager on Xvfb, Wine waits 2 s for one after each
     # dialog: leave them to Wine alone.
-    registry(*(f"[-{uninstall_key(root, view)}]" for root in ("HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE") for view in (32, 64)),
-             r"[HKEY_CURRENT_USER\Software\Wine\AppDefaults\NightveilMode.exe\X11 Driver]", '"Managed"="N"')
-    keeper = Install("session")  # its host runs under another name, so it never counts as a running Paltalk
+    registry(
+        *(
+            f"[-{uninstall_key(root, view)}]"
+            for root in ("HKEY_CURRENT_USER", "HKEY_LOCAL_MACHINE")
+            for view in (32, 64)
+        ),
+        r"[HKEY_CURRENT_USER\Software\Wine\AppDefaults\NightveilMode.exe\X11 Driver]",
+        '"Managed"="N"',
+    )
+    keeper = Install(
+        "session"
+    )  # its host runs under another name, so it never counts as a running Paltalk
     keeper.host.rename(keeper.paltalk / "session-keeper.exe")
     (keeper.paltalk / "host-control.ini").write_text("[Host]\nStaySeconds=3600\n")
     for _ in range(3):
-        proc = start(keeper.paltalk / "session-keeper.exe", cwd=keeper.root, env=environment(), log=keeper.root / "k.log")
+        proc = start(
+            keeper.paltalk / "session-keeper.exe",
+            cwd=keeper.root,
+            env=environment(),
+            log=keeper.root / "k.log",
+        )
         if wait_for((keeper.paltalk / "host-record.txt").exists, 60):
             break
         kill(proc)
@@ -251,7 +419,9 @@ def session_keeper():
 def make_install(request):
     """Fresh installations for this case; afterwards nothing of them may still run."""
     made = []
-    yield lambda suffix="", **options: made.append(Install(request.node.name + suffix, **options)) or made[-1]
+    yield lambda suffix="", **options: made.append(
+        Install(request.node.name + suffix, **options)
+    ) or made[-1]
     left = [pid for install in made for pid in install.settle()]
     assert not left, f"processes of the case were still running and were killed: {left}"
 
@@ -267,8 +437,13 @@ def uninstall_entry():
     added = []
 
     def add(root: str, view: int, **values: str) -> None:
-        added.append(uninstall_key({"HKCU": "HKEY_CURRENT_USER", "HKLM": "HKEY_LOCAL_MACHINE"}[root], view))
-        registry(f"[{added[-1]}]", *(f'"{name}"="{data}"'.replace("\\", "\\\\") for name, data in values.items()))
+        added.append(
+            uninstall_key({"HKCU": "HKEY_CURRENT_USER", "HKLM": "HKEY_LOCAL_MACHINE"}[root], view)
+        )
+        registry(
+            f"[{added[-1]}]",
+            *(f'"{name}"="{data}"'.replace("\\", "\\\\") for name, data in values.items()),
+        )
 
     yield add
     registry(*(f"[-{key}]" for key in added))

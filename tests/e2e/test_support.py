@@ -7,10 +7,26 @@ from harness import EXIT, FIXTURES, ROOT, SENTENCE, win, xdo
 from harness import install, make_install, session_keeper  # noqa: F401  (fixtures)
 
 VERSION = re.search(r'NV_LAUNCHER_VERSION "([^"]+)"', (ROOT / "CMakeLists.txt").read_text())[1]
-LINES = ("schemaVersion", "versions", "system", "configuration", "runtime", "package", "lastOperation")
+LINES = (
+    "schemaVersion",
+    "versions",
+    "system",
+    "configuration",
+    "runtime",
+    "package",
+    "lastOperation",
+)
 MISSING = {"present": False, "sha256": None, "signature": "missing"}
-UNAVAILABLE = {"paltalk": None, "qt": None, "webView2": None, "compatibility": "unavailable", "lastLaunchMode": None,
-               "paltalkRunning": "unknown", "themeLoaded": "unknown", "webViewProcesses": None}
+UNAVAILABLE = {
+    "paltalk": None,
+    "qt": None,
+    "webView2": None,
+    "compatibility": "unavailable",
+    "lastLaunchMode": None,
+    "paltalkRunning": "unknown",
+    "themeLoaded": "unknown",
+    "webViewProcesses": None,
+}
 
 
 def read_report(path, install, **values) -> None:
@@ -20,26 +36,59 @@ def read_report(path, install, **values) -> None:
     assert "\r" not in text and " " not in text and lines[0] == "{" and lines[8:] == ["}", ""], text
     for line, key in zip(lines[1:8], LINES):  # one part a line, a comma after all but the last
         assert line.startswith(f'"{key}":') and line.endswith(",") == (key != LINES[-1]), line
-    for private in (win(install.root), str(install.root), getpass.getuser(), socket.gethostname(), "Z:\\", ":\\\\"):
+    for private in (
+        win(install.root),
+        str(install.root),
+        getpass.getuser(),
+        socket.gethostname(),
+        "Z:\\",
+        ":\\\\",
+    ):
         assert private.lower() not in text.lower(), private
-    ordered = lambda pairs: {k: ordered(v) if isinstance(v, list) else v for k, v in pairs}  # noqa: E731
+    ordered = lambda pairs: {
+        k: ordered(v) if isinstance(v, list) else v for k, v in pairs
+    }  # noqa: E731
     report = ordered(json.loads(text, object_pairs_hook=list, parse_constant=pytest.fail))
     versions = report["versions"]
-    assert re.fullmatch(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", report["generatedUtc"]), report["generatedUtc"]
-    assert (type(versions["windowsBuild"]), type(versions["windowsUBR"])) in ((int, int), (int, type(None)))
-    v = {"elevated": True, "browserDarkEnabled": True} | values  # every token reads as elevated under Wine
-    expected = {"schemaVersion": 1, "generatedUtc": report["generatedUtc"],
-                "versions": versions | {k: v[k] for k in ("paltalk", "qt", "webView2")} | {"tenebrix": VERSION},
-                "system": {"nativeArchitecture": "x64", "launcherArchitecture": "x64", "elevated": v["elevated"]},
-                "configuration": {k: v[k] for k in ("browserDarkEnabled", "compatibility", "lastLaunchMode")},
-                "runtime": {k: v[k] for k in ("paltalkRunning", "themeLoaded", "webViewProcesses")},
-                "package": v["package"], "lastOperation": v["lastOperation"]}
+    assert re.fullmatch(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", report["generatedUtc"]), report[
+        "generatedUtc"
+    ]
+    assert (type(versions["windowsBuild"]), type(versions["windowsUBR"])) in (
+        (int, int),
+        (int, type(None)),
+    )
+    v = {
+        "elevated": True,
+        "browserDarkEnabled": True,
+    } | values  # every token reads as elevated under Wine
+    expected = {
+        "schemaVersion": 1,
+        "generatedUtc": report["generatedUtc"],
+        "versions": versions
+        | {k: v[k] for k in ("paltalk", "qt", "webView2")}
+        | {"tenebrix": VERSION},
+        "system": {
+            "nativeArchitecture": "x64",
+            "launcherArchitecture": "x64",
+            "elevated": v["elevated"],
+        },
+        "configuration": {
+            k: v[k] for k in ("browserDarkEnabled", "compatibility", "lastLaunchMode")
+        },
+        "runtime": {k: v[k] for k in ("paltalkRunning", "themeLoaded", "webViewProcesses")},
+        "package": v["package"],
+        "lastOperation": v["lastOperation"],
+    }
     assert json.dumps(report) == json.dumps(expected)  # the order of keys included
 
 
 def record(path, signature: str = "unsigned", code: int = 2148204800) -> dict:
-    return {"present": True, "sha256": hashlib.sha256(path.read_bytes()).hexdigest(), "signature": signature,
-            "verificationCode": code}
+    return {
+        "present": True,
+        "sha256": hashlib.sha256(path.read_bytes()).hexdigest(),
+        "signature": signature,
+        "verificationCode": code,
+    }
 
 
 def test_report_with_and_without_a_host(make_install):
@@ -47,29 +96,65 @@ def test_report_with_and_without_a_host(make_install):
     themed.mark_tested()
     plugin = themed.tenebrix / "plugins" / "styles" / "Nightveil.dll"
     plugin.write_bytes((FIXTURES / "signed" / "Qt6Core.dll").read_bytes())  # signed by the test PKI
-    (themed.tenebrix / "last-status.ini").write_text("[Launch]\nOperation=create-process\nError=5\nMode=Normal\n")
+    (themed.tenebrix / "last-status.ini").write_text(
+        "[Launch]\nOperation=create-process\nError=5\nMode=Normal\n"
+    )
     target = themed.root / "report.json"
-    assert themed.run("--support-report", win(target), "--paltalk", win(themed.host))[:2] == (EXIT.done, [])
-    read_report(target, themed, paltalk="1.34.7.0", qt="6.11.1.0", webView2=None, compatibility="recognized",
-                lastLaunchMode=None, paltalkRunning="no", themeLoaded="no", webViewProcesses=0,
-                package={"launcher": record(themed.launcher), "plugin": record(plugin, "valid-offline", 0), "uninstaller": MISSING},
-                lastOperation={"operation": "create-process", "errorCode": 5})
+    assert themed.run("--support-report", win(target), "--paltalk", win(themed.host))[:2] == (
+        EXIT.done,
+        [],
+    )
+    read_report(
+        target,
+        themed,
+        paltalk="1.34.7.0",
+        qt="6.11.1.0",
+        webView2=None,
+        compatibility="recognized",
+        lastLaunchMode=None,
+        paltalkRunning="no",
+        themeLoaded="no",
+        webViewProcesses=0,
+        package={
+            "launcher": record(themed.launcher),
+            "plugin": record(plugin, "valid-offline", 0),
+            "uninstaller": MISSING,
+        },
+        lastOperation={"operation": "create-process", "errorCode": 5},
+    )
 
     bare = make_install("-bare")
     target = bare.root / "report.json"
     assert bare.run("--support-report", win(target), "--browser-dark", "off")[:2] == (EXIT.done, [])
-    read_report(target, bare, **UNAVAILABLE, browserDarkEnabled=False, lastOperation={"operation": None, "errorCode": None},
-                package={"launcher": record(bare.launcher), "plugin": record(bare.tenebrix / "plugins" / "styles" / "Nightveil.dll"),
-                         "uninstaller": MISSING})
+    read_report(
+        target,
+        bare,
+        **UNAVAILABLE,
+        browserDarkEnabled=False,
+        lastOperation={"operation": None, "errorCode": None},
+        package={
+            "launcher": record(bare.launcher),
+            "plugin": record(bare.tenebrix / "plugins" / "styles" / "Nightveil.dll"),
+            "uninstaller": MISSING,
+        },
+    )
 
 
-DIALOG = SENTENCE.support_title  # closed by its Close button (Alt+C): Wine's task dialog ignores Escape
+DIALOG = (
+    SENTENCE.support_title
+)  # closed by its Close button (Alt+C): Wine's task dialog ignores Escape
 
 
 def tick_box(window: str) -> None:
     """Clicks the check box at the dialog's lower left (Wine's check box ignores a typed space), then moves
     the focus back to the second command link."""
-    xdo("mousemove", "--window", window, "20", str(int(xdo("getwindowgeometry", window)[-1].split("x")[1]) - 28))
+    xdo(
+        "mousemove",
+        "--window",
+        window,
+        "20",
+        str(int(xdo("getwindowgeometry", window)[-1].split("x")[1]) - 28),
+    )
     xdo("click", "1")
     xdo("key", "shift+Tab", "shift+Tab")
 
@@ -79,28 +164,48 @@ def test_dialog_saves_applies_and_starts_the_host_plainly(install):
     install.mark_tested()
     (install.tenebrix / "settings.ini").write_text("[Appearance]\nBrowserDark=0\n")
     target = install.root / "saved.json"
-    replace_name = lambda _: (xdo("key", "End", "shift+Home"), xdo("type", win(target)))  # noqa: E731
-    answers = (("Return", DIALOG, tick_box), ("Escape", SENTENCE.save_report_title, ""),  # saves nothing
-               ("Return", DIALOG, "\t"), ("Return", SENTENCE.save_report_title, replace_name),
-               ("Return", DIALOG, "\t\t"),  # applies the box as left
-               ("Return", DIALOG, ""))  # starts the host
-    code, messages, shots = install.run("--support", "--paltalk", win(install.host), answers=answers)
+    replace_name = lambda _: (
+        xdo("key", "End", "shift+Home"),
+        xdo("type", win(target)),
+    )  # noqa: E731
+    answers = (
+        ("Return", DIALOG, tick_box),
+        ("Escape", SENTENCE.save_report_title, ""),  # saves nothing
+        ("Return", DIALOG, "\t"),
+        ("Return", SENTENCE.save_report_title, replace_name),
+        ("Return", DIALOG, "\t\t"),  # applies the box as left
+        ("Return", DIALOG, ""),
+    )  # starts the host
+    code, messages, shots = install.run(
+        "--support", "--paltalk", win(install.host), answers=answers
+    )
     assert (code, messages, len(shots)) == (EXIT.done, [], 6)
     assert install.ini("settings.ini") == {"Appearance": {"BrowserDark": "1"}}
     assert [p.name for p in install.root.rglob("*.json")] == ["saved.json"]
     assert json.loads(target.read_text())["versions"]["paltalk"] == "1.34.7.0"
-    assert install.record().command_line == f'"{win(install.host)}"'  # through the shell, as --original
+    assert (
+        install.record().command_line == f'"{win(install.host)}"'
+    )  # through the shell, as --original
 
 
-@pytest.mark.parametrize("sentence", [SENTENCE.exit_before_plain_start, SENTENCE.plain_start_failed], ids=["running", "start-failed"])
+@pytest.mark.parametrize(
+    "sentence",
+    [SENTENCE.exit_before_plain_start, SENTENCE.plain_start_failed],
+    ids=["running", "start-failed"],
+)
 def test_dialog_stays_open_after_a_message(install, sentence):
     if running := sentence == SENTENCE.exit_before_plain_start:
         (install.paltalk / "host-control.ini").write_text("[Host]\nStaySeconds=120\n")
-        assert install.run("--desktop-launch", "--original", "--paltalk", win(install.host))[0] == EXIT.done
+        assert (
+            install.run("--desktop-launch", "--original", "--paltalk", win(install.host))[0]
+            == EXIT.done
+        )
         first = install.record().pid
     else:
         install.host.write_text("not a program")
     answers = (("Return", DIALOG, ""), "Return", ("alt+c", DIALOG, ""))
-    code, messages, shots = install.run("--support", "--desktop-launch", "--paltalk", win(install.host), answers=answers)
+    code, messages, shots = install.run(
+        "--support", "--desktop-launch", "--paltalk", win(install.host), answers=answers
+    )
     assert (code, messages, len(shots)) == (EXIT.done, [sentence], 3)
     assert not running or install.record().pid == first  # no second host

@@ -4,19 +4,40 @@ from pathlib import Path
 
 import pytest
 
-from harness import ARTIFACTS, CASES, EXIT, FIXTURES, SENTENCE, WINE_ENV, environment, kill, probe, record
+from harness import (
+    ARTIFACTS,
+    CASES,
+    EXIT,
+    FIXTURES,
+    SENTENCE,
+    WINE_ENV,
+    environment,
+    kill,
+    probe,
+    record,
+)
 from harness import release_manifest, start, update_host, wait_for, win
 from harness import install, make_install, session_keeper  # noqa: F401  (fixtures)
 
-FEED, DUAL, DAY = "/downloads/updates/stable/latest.jws", FIXTURES / "installer" / "installer-dual.exe", 86400
+FEED, DUAL, DAY = (
+    "/downloads/updates/stable/latest.jws",
+    FIXTURES / "installer" / "installer-dual.exe",
+    86400,
+)
 QUESTION = SENTENCE.update_question_lead + "2.1.0" + SENTENCE.update_question
 
 
 def cache() -> Path:  # the Wine user's update folder
-    return next(Path(WINE_ENV["WINEPREFIX"], "drive_c", "users").glob("*/AppData/Local")) / "Tenebrix" / "Updates"
+    return (
+        next(Path(WINE_ENV["WINEPREFIX"], "drive_c", "users").glob("*/AppData/Local"))
+        / "Tenebrix"
+        / "Updates"
+    )
 
 
-def aged(path: Path, folder: bool = False) -> Path:  # a leftover of a crashed download or an old revision
+def aged(
+    path: Path, folder: bool = False
+) -> Path:  # a leftover of a crashed download or an old revision
     path.parent.mkdir(parents=True, exist_ok=True)
     path.mkdir() if folder else path.write_bytes(b"left over")
     os.utime(path, (time.time() - 2 * DAY,) * 2)
@@ -30,13 +51,18 @@ def release(install):
     install.mark_tested()
     text, install.setup = release_manifest(17, "2.1.0", DUAL)
     (install.root / "latest.jws").write_text(text)
-    install.routes = {FEED: {"file": str(install.root / "latest.jws")}, install.setup: {"file": str(DUAL)}}
+    install.routes = {
+        FEED: {"file": str(install.root / "latest.jws")},
+        install.setup: {"file": str(DUAL)},
+    }
     install.launch = lambda **kw: install.run("--paltalk", win(install.host), timeout=90, **kw)
     return install
 
 
 def test_no_goes_on_with_the_host_and_is_not_asked_again_that_day(release):
-    old, part = aged(cache() / "stable" / "15", folder=True), aged(cache() / "stable" / "16" / "x.exe{G}.part")
+    old, part = aged(cache() / "stable" / "15", folder=True), aged(
+        cache() / "stable" / "16" / "x.exe{G}.part"
+    )
     with update_host(release.routes, CASES / "update.log") as asked:
         assert release.launch(answers=("n",))[:2] == (EXIT.done, [QUESTION])
         release.record()
@@ -49,13 +75,24 @@ def test_no_goes_on_with_the_host_and_is_not_asked_again_that_day(release):
 
 # Wine ignores WSS_VERIFY_SPECIFIC's index, so the dual-signed installer fails at its second signer there; the
 # user's own cancel needs no message. Either way the launch goes on with the installed version, and nothing is left.
-@pytest.mark.parametrize("answers, messages", [(("y", "wait", "Return"), [QUESTION, SENTENCE.update_download_failed]),
-                                               (("y", "Escape"), [QUESTION])], ids=["refused", "cancelled"])
+@pytest.mark.parametrize(
+    "answers, messages",
+    [
+        (("y", "wait", "Return"), [QUESTION, SENTENCE.update_download_failed]),
+        (("y", "Escape"), [QUESTION]),
+    ],
+    ids=["refused", "cancelled"],
+)
 def test_yes_downloads_behind_the_progress_dialog(release, answers, messages):
     slow = release.routes | {release.setup: {"file": str(DUAL), "piece": 8192, "pause": 0.4}}
     with update_host(slow, CASES / "update.log") as asked:
         code, got, shots = release.launch(answers=answers)
-        assert (code, got, len(shots), asked()) == (EXIT.done, messages, len(answers), [FEED, release.setup])
+        assert (code, got, len(shots), asked()) == (
+            EXIT.done,
+            messages,
+            len(answers),
+            [FEED, release.setup],
+        )
     release.record()
     assert list((cache() / "stable" / "17").iterdir()) == []
 
@@ -71,13 +108,22 @@ def test_a_dead_feed_costs_three_seconds_once_a_day(release):
     with update_host({FEED: {"silent": True}}, CASES / "update.log") as asked:
         delay = host_start() - host_start()
         assert asked() == [FEED]
-    assert 2.0 <= delay <= 4.5  # 3 s, give or take the noise of two Wine launches on a loaded machine
+    assert (
+        2.0 <= delay <= 4.5
+    )  # 3 s, give or take the noise of two Wine launches on a loaded machine
 
 
 # Under Wine a start without --desktop-launch hands off to a second start, which cleans up before the host starts.
-@pytest.mark.parametrize("args, cleans", [
-    (["--silent"], True), (["--desktop-launch"], True), (["--configure"], False), (["--skip-update-once"], True),
-    (["--skip-update-once", "--desktop-launch"], False)])
+@pytest.mark.parametrize(
+    "args, cleans",
+    [
+        (["--silent"], True),
+        (["--desktop-launch"], True),
+        (["--configure"], False),
+        (["--skip-update-once"], True),
+        (["--skip-update-once", "--desktop-launch"], False),
+    ],
+)
 def test_options_that_make_no_request(release, args, cleans):
     part = aged(cache() / "stable" / "16" / "x.exe{G}.part")
     with update_host(release.routes, CASES / "update.log") as asked:
@@ -98,7 +144,10 @@ def test_the_installer_receives_the_hand_over():  # the unit tests vary the piec
     pid = probe("start", setup, HOST, "0", "off", DIAG).removeprefix("started ")
     tail = f'/RESUME=normal /PALTALK="{HOST}" /BROWSERDARK=off /DIAGNOSTIC="{DIAG}"'
     installer = record(folder)
-    assert (installer.parent, installer.command_line) == (pid, f'"{setup}" /AUTOUPDATE /UPGRADE /PARENTPID={pid} {tail}')
+    assert (installer.parent, installer.command_line) == (
+        pid,
+        f'"{setup}" /AUTOUPDATE /UPGRADE /PARENTPID={pid} {tail}',
+    )
 
 
 def test_the_wait_dialog_closes_by_itself_when_the_host_exits(install):
@@ -106,10 +155,22 @@ def test_the_wait_dialog_closes_by_itself_when_the_host_exits(install):
     host = start(install.host, cwd=install.root, env=environment(), log=install.root / "host.log")
     shot = ARTIFACTS / "wait-dialog-1.png"  # once it is taken, the host is told to stop
     shot.unlink(missing_ok=True)
-    threading.Thread(target=lambda: wait_for(shot.exists, 60) and (install.paltalk / "host-stop").touch(), daemon=True).start()
+    threading.Thread(
+        target=lambda: wait_for(shot.exists, 60) and (install.paltalk / "host-stop").touch(),
+        daemon=True,
+    ).start()
     try:
         install.record()  # the host runs
-        assert probe("wait", win(install.host), win(install.tenebrix), answers=("wait",), label="wait-dialog") == "true"
+        assert (
+            probe(
+                "wait",
+                win(install.host),
+                win(install.tenebrix),
+                answers=("wait",),
+                label="wait-dialog",
+            )
+            == "true"
+        )
     finally:
         kill(host)
     assert shot.exists()

@@ -6,7 +6,13 @@ import fcntl, json, os, signal, ssl, sys, threading, time  # noqa: E401
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 
 LOCK = "/tmp/nv-update-server.lock"
-script, log, cert, key, lifetime = sys.argv[1], sys.argv[2], sys.argv[3], sys.argv[4], float(sys.argv[5])
+script, log, cert, key, lifetime = (
+    sys.argv[1],
+    sys.argv[2],
+    sys.argv[3],
+    sys.argv[4],
+    float(sys.argv[5]),
+)
 
 
 class Handler(BaseHTTPRequestHandler):
@@ -17,17 +23,22 @@ class Handler(BaseHTTPRequestHandler):
         if route.get("silent"):
             time.sleep(lifetime)
         size, piece = route.get("size", 0), route.get("piece", 65536)
-        data = open(route["file"], "rb").read() if "file" in route else (bytes(range(251)) * (size // 251 + 1))[:size]
+        data = (
+            open(route["file"], "rb").read()
+            if "file" in route
+            else (bytes(range(251)) * (size // 251 + 1))[:size]
+        )
         self.send_response(route.get("status", 200))
         if "location" in route:
             self.send_header("Location", route["location"])
         self.send_header("Content-Length", str(len(data)))
         self.end_headers()
         for at in range(0, len(data), piece):
-            self.wfile.write(data[at:at + piece])
+            self.wfile.write(data[at : at + piece])
             time.sleep(route.get("pause", 0))
 
-    def log_message(self, *_): pass  # noqa: E704
+    def log_message(self, *_):
+        pass  # noqa: E704
 
 
 class Server(ThreadingHTTPServer):

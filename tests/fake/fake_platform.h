@@ -1,6 +1,7 @@
 #pragma once
-// Scriptable stand-ins for what cannot be had on this machine: a user's answers, processes in other sessions,
-// signatures, version resources, and host starts that are only recorded. `fake = {};` starts afresh.
+// Scriptable stand-ins for what cannot be had on this machine: a user's answers, processes in other
+// sessions, signatures, version resources, and host starts that are only recorded. `fake = {};`
+// starts afresh.
 #include <deque>
 #include <functional>
 #include <map>
@@ -25,15 +26,17 @@ struct FakeProcess {
 };
 
 struct Fake {
-  std::deque<int> message_box_answers;   // in order; with none left a box answers IDOK
+  std::deque<int> message_box_answers;      // in order; with none left a box answers IDOK
   std::vector<std::wstring> message_boxes;  // the texts shown
-  // Timer dialogs shown and what their callback did ("progress 40", "click 2", "content ..."). A dialog ticks
-  // 1 ms apart, gets a scripted click after each tick until one closes it, and ends as Cancel after 5,000 ticks.
+  // Timer dialogs shown and what their callback did ("progress 40", "click 2", "content ..."). A
+  // dialog ticks 1 ms apart, gets a scripted click after each tick until one closes it, and ends as
+  // Cancel after 5,000 ticks.
   std::vector<std::wstring> timer_dialogs, dialog_actions;
   std::deque<int> timer_dialog_clicks;
-  std::function<void()> timer_tick;  // runs before each tick
+  std::function<void()> timer_tick;                      // runs before each tick
   platform::ProcessStart process_start_result{true, 0};  // started by default
-  std::vector<std::pair<std::wstring, std::vector<std::uint16_t>>> process_starts;  // command line, environment
+  std::vector<std::pair<std::wstring, std::vector<std::uint16_t>>>
+      process_starts;                  // command line, environment
   std::function<void()> during_start;  // runs inside each start
   std::vector<FakeProcess> processes;  // empty: the snapshot fails
   // What each request to close named; with `hosts_obey`, every process ends.
@@ -41,7 +44,8 @@ struct Fake {
   bool session_list_fails = false, hosts_obey = false;
   // By folded path; a file not listed has no version resource or signature.
   std::map<std::wstring, platform::FixedFileInfo> versions;
-  std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck> signatures;  // index 0: primary
+  std::map<std::pair<std::wstring, std::uint32_t>, platform::SignatureCheck>
+      signatures;  // index 0: primary
 };
 inline Fake fake;
 

@@ -1,4 +1,5 @@
-// The daily check, the installer's tests, the wait for the host and the cache's clean-up, on real files and locks.
+// The daily check, the installer's tests, the wait for the host and the cache's clean-up, on real
+// files and locks.
 #include <gtest/gtest.h>
 
 #include <future>
@@ -19,14 +20,26 @@ namespace {
 namespace fs = std::filesystem;
 constexpr std::int64_t T = 1'700'000'000;
 
-std::string stored(std::int64_t time) { return "{\"schema\":1,\"lastAttemptUtc\":" + std::to_string(time) + "}"; }
-std::string padded(std::size_t size) { return stored(T - 1) + std::string(size - stored(T - 1).size(), ' '); }
+std::string stored(std::int64_t time) {
+  return "{\"schema\":1,\"lastAttemptUtc\":" + std::to_string(time) + "}";
+}
+std::string padded(std::size_t size) {
+  return stored(T - 1) + std::string(size - stored(T - 1).size(), ' ');
+}
 
 TEST(Schedule, OneCheckADayWhateverTheStateFileHolds) {
   const std::pair<std::string, bool> cases[] = {
-      {"", true}, {stored(T - 86'399), false}, {stored(T - 86'400), true}, {stored(T + 5), true}, {"<now 0>", false},
-      {padded(check_state_limit), false}, {padded(check_state_limit + 1), true}, {stored(T - 1).substr(1), true},
-      {R"({"schema":1,"lastAttemptUtc":1699999999,"x":1})", true}, {"<parent is a file>", false}, {"<held>", false},
+      {"", true},
+      {stored(T - 86'399), false},
+      {stored(T - 86'400), true},
+      {stored(T + 5), true},
+      {"<now 0>", false},
+      {padded(check_state_limit), false},
+      {padded(check_state_limit + 1), true},
+      {stored(T - 1).substr(1), true},
+      {R"({"schema":1,"lastAttemptUtc":1699999999,"x":1})", true},
+      {"<parent is a file>", false},
+      {"<held>", false},
       {R"({"schema":2,"lastAttemptUtc":1699999999})", true}};
   for (const auto& [content, due] : cases) {
     test::TempDir dir;
@@ -40,11 +53,15 @@ TEST(Schedule, OneCheckADayWhateverTheStateFileHolds) {
     const auto claim = [&] { return claim_check_slot(state, content == "<now 0>" ? 0 : T); };
     EXPECT_EQ(std::async(std::launch::async, claim).get(), due) << content;
     std::string after;
-    EXPECT_EQ((platform::read_file(path, after), after), due ? stored(T) : content[0] == '<' ? "" : content);
+    EXPECT_EQ((platform::read_file(path, after), after), due                 ? stored(T)
+                                                         : content[0] == '<' ? ""
+                                                                             : content);
   }
-  EXPECT_EQ(test::failure_of([] { read_last_attempt(test::TempDir().path); }), failure::update_check_state);
-  EXPECT_EQ(check_state_name(),  // of the test build's identity: updates.tenebrix.test, stable, stable-1
-            L"check-4c1213abe6d7a6579fc85c13176a53050af5e09d52b464c595d0f121fc80dbda.json");
+  EXPECT_EQ(test::failure_of([] { read_last_attempt(test::TempDir().path); }),
+            failure::update_check_state);
+  EXPECT_EQ(
+      check_state_name(),  // of the test build's identity: updates.tenebrix.test, stable, stable-1
+      L"check-4c1213abe6d7a6579fc85c13176a53050af5e09d52b464c595d0f121fc80dbda.json");
   EXPECT_EQ(check_mutex_name(L"Q:\\Some\\Check.json"), check_mutex_name(L"q:/some/./CHECK.json"));
 }
 
@@ -52,11 +69,13 @@ TEST(InstallerCommand, PiecesInOrderAndOnlyValidExtras) {
   const std::wstring start = L"\"C:\\U p\\Setup.exe\" /AUTOUPDATE /UPGRADE /PARENTPID=42 /RESUME=",
                      host = L" /PALTALK=\"C:\\P F\\Paltalk.exe\"";
   const std::tuple<bool, const wchar_t*, const wchar_t*, std::wstring> cases[] = {
-      {true, L"on", L"C:\\d\\l.txt", start + L"dark" + host + L" /BROWSERDARK=on /DIAGNOSTIC=\"C:\\d\\l.txt\""},
+      {true, L"on", L"C:\\d\\l.txt",
+       start + L"dark" + host + L" /BROWSERDARK=on /DIAGNOSTIC=\"C:\\d\\l.txt\""},
       {false, L"ON", L"d\\l.txt", start + L"normal" + host},
       {false, L"off", L"", start + L"normal" + host + L" /BROWSERDARK=off"}};
   for (const auto& [dark, browser, diagnostic, line] : cases)
-    EXPECT_EQ(build_installer_command(L"C:\\U p\\Setup.exe", L"C:\\P F\\Paltalk.exe", dark, 42, browser, diagnostic),
+    EXPECT_EQ(build_installer_command(L"C:\\U p\\Setup.exe", L"C:\\P F\\Paltalk.exe", dark, 42,
+                                      browser, diagnostic),
               line);
 }
 
@@ -65,44 +84,59 @@ TEST(Installer, RefusedUnlessTheFileItselfMatchesAndBothSignersSigned) {
   test::TempDir dir;
   const std::wstring path = dir / L"Setup.exe", host = L"C:\\P\\Paltalk.exe";
   test::write_bytes(path, "installer");  // as long as the link's own text
-  std::error_code no_link;  // Wine makes none: a missing file is refused all the same
+  std::error_code no_link;               // Wine makes none: a missing file is refused all the same
   fs::create_symlink("Setup.exe", test::to_fs(dir / L"link.exe"), no_link);
   const ReleaseManifest good{17, 0, 9, L"1.7", L"/Setup.exe", sha256_file_hex(path)};
   using Check = platform::SignatureCheck;
   const Check orvane{true, true, installer_primary_signer, 1}, elin{true, true, L"ELIN VARRO", 0},
-      alone{true, true, installer_primary_signer, 0}, elin_first{true, true, installer_secondary_signer, 1};
+      alone{true, true, installer_primary_signer, 0},
+      elin_first{true, true, installer_secondary_signer, 1};
   const std::tuple<std::wstring, Check, Check, bool> cases[] = {
-      {dir / L"link.exe", orvane, elin, false}, {dir / L"missing.exe", orvane, elin, false},
-      {path, {}, elin, false}, {path, alone, elin, false}, {path, orvane, orvane, false},
-      {path, elin_first, elin, false}, {path, orvane, elin, true}};  // the last one stays scripted
+      {dir / L"link.exe", orvane, elin, false},
+      {dir / L"missing.exe", orvane, elin, false},
+      {path, {}, elin, false},
+      {path, alone, elin, false},
+      {path, orvane, orvane, false},
+      {path, elin_first, elin, false},
+      {path, orvane, elin, true}};  // the last one stays scripted
   for (const auto& [file, first, second, passes] : cases) {
     fake = {};
     fake.signatures = {{{folded_path(file), 0}, first}, {{folded_path(file), 1}, second}};
-    EXPECT_EQ(start_verified_installer(file, good, host, true, L"", L""), passes ? InstallerStart::started : InstallerStart::refused);
+    EXPECT_EQ(start_verified_installer(file, good, host, true, L"", L""),
+              passes ? InstallerStart::started : InstallerStart::refused);
   }
   std::string upper = good.sha256;  // the digest in upper case; a byte more or less than the file
   for (char& c : upper) c = static_cast<char>(std::toupper(c));
   for (const auto& [size, digest] : {std::pair{9, upper}, {10, good.sha256}, {8, good.sha256}})
-    EXPECT_FALSE(verify_installer(path, {17, 0, static_cast<std::uint64_t>(size), L"", L"", digest}));
+    EXPECT_FALSE(
+        verify_installer(path, {17, 0, static_cast<std::uint64_t>(size), L"", L"", digest}));
 #ifdef _WIN32  // natively nothing enforces sharing
-  fake.during_start = [&] {  // until the start has returned, nobody may rewrite or delete what was verified
-    std::error_code error;
-    EXPECT_FALSE(std::ofstream(test::to_fs(path), std::ios::app).good() || fs::remove(test::to_fs(path), error));
-  };
+  fake.during_start =
+      [&] {  // until the start has returned, nobody may rewrite or delete what was verified
+        std::error_code error;
+        EXPECT_FALSE(std::ofstream(test::to_fs(path), std::ios::app).good() ||
+                     fs::remove(test::to_fs(path), error));
+      };
 #endif
   fake.process_start_result = {false, 2};
-  EXPECT_EQ(start_verified_installer(path, good, host, true, L"", L""), InstallerStart::start_failed);
+  EXPECT_EQ(start_verified_installer(path, good, host, true, L"", L""),
+            InstallerStart::start_failed);
 }
 
 TEST(HostWait, PoliteRequestFirstThenTheDialogUntilNoHostIsLeft) {
   const std::wstring host = L"Q:\\P\\Paltalk.exe";
-  const FakeProcess running{{50, 4, L"Paltalk.exe"}, host, 1, {platform::ModuleListing::listed, {}}, 777},
+  const FakeProcess running{
+      {50, 4, L"Paltalk.exe"}, host, 1, {platform::ModuleListing::listed, {}}, 777},
       stranger{{60, 4, L"Paltalk.exe"}, L"Q:\\O\\Paltalk.exe"};
-  // No host runs; it obeys the polite request; exits while the dialog shows; or the user presses a button. Only
-  // a host in the way is asked to close, by its id and creation time; the dialog shows only if it stays.
+  // No host runs; it obeys the polite request; exits while the dialog shows; or the user presses a
+  // button. Only a host in the way is asked to close, by its id and creation time; the dialog shows
+  // only if it stays.
   const std::tuple<bool, bool, bool, std::deque<int>, bool> cases[] = {
-      {false, false, false, {}, true}, {true, true, false, {}, true}, {true, false, true, {}, true},
-      {true, false, false, {platform::id_cancel}, false}, {true, false, false, {platform::id_ok}, false}};
+      {false, false, false, {}, true},
+      {true, true, false, {}, true},
+      {true, false, true, {}, true},
+      {true, false, false, {platform::id_cancel}, false},
+      {true, false, false, {platform::id_ok}, false}};
   for (const auto& [runs, obeys, exits, clicks, result] : cases) {
     fake = {};
     fake.processes = {stranger};
@@ -110,24 +144,29 @@ TEST(HostWait, PoliteRequestFirstThenTheDialogUntilNoHostIsLeft) {
     fake.hosts_obey = obeys;
     fake.timer_dialog_clicks = clicks;
     if (exits) fake.timer_tick = [&] { fake.processes = {stranger}; };
-    EXPECT_EQ((std::tuple{wait_for_host_exit(host, L"Q:\\T"), fake.close_requests, fake.timer_dialogs}),
-              std::tuple(result, decltype(fake.close_requests)(runs, {{50, 777}}),
-                         std::vector<std::wstring>(runs && !obeys, sentence::wait_title)));
+    EXPECT_EQ(
+        (std::tuple{wait_for_host_exit(host, L"Q:\\T"), fake.close_requests, fake.timer_dialogs}),
+        std::tuple(result, decltype(fake.close_requests)(runs, {{50, 777}}),
+                   std::vector<std::wstring>(runs && !obeys, sentence::wait_title)));
   }
 }
 
 TEST(CachePrune, RevisionFoldersGoADayAfterTheirLastChange) {
   test::TempDir dir;  // the running revision is 16
-  const std::pair<std::wstring, bool> files[] = {{L"17\\Setup.exe", false}, {L"16\\Setup.exe", true},
-      {L"16\\a.part", false}, {L"16\\a.partial", true}, {L"1a\\x.part", true}, {L"18", true}};
+  const std::pair<std::wstring, bool> files[] = {
+      {L"17\\Setup.exe", false}, {L"16\\Setup.exe", true}, {L"16\\a.part", false},
+      {L"16\\a.partial", true},  {L"1a\\x.part", true},    {L"18", true}};
   for (const auto& [name, stays] : files) test::write_bytes(dir / name, "x");
-  std::uint64_t first = 0, last = 0;  // the oldest and newest write; `now` stands in for the passing of time
-  ASSERT_TRUE(platform::last_write_time(dir / L"17", first) && platform::last_write_time(dir / L"18", last));
+  std::uint64_t first = 0,
+                last = 0;  // the oldest and newest write; `now` stands in for the passing of time
+  ASSERT_TRUE(platform::last_write_time(dir / L"17", first) &&
+              platform::last_write_time(dir / L"18", last));
   prune_update_folder(dir.path, 16, first - 1);  // a write time in the future
   prune_update_folder(dir.path, 16, first + installer_cache_age_limit - 1);
   for (const auto& [name, stays] : files) EXPECT_TRUE(fs::exists(test::to_fs(dir / name))) << name;
   prune_update_folder(dir.path, 16, last + installer_cache_age_limit);
-  for (const auto& [name, stays] : files) EXPECT_EQ(fs::exists(test::to_fs(dir / name)), stays) << name;
+  for (const auto& [name, stays] : files)
+    EXPECT_EQ(fs::exists(test::to_fs(dir / name)), stays) << name;
 }
 
 }  // namespace

@@ -7,9 +7,20 @@ install.mark_tested()  # compatibility.ini names this fixture build as the teste
 print(f"Installation {install.tenebrix}\n\n> wine NightveilMode.exe --paltalk {win(install.host)}")
 code, record = install.run("--paltalk", win(install.host), timeout=60)[0], install.record()
 wait_for(lambda: install.ini("last-status.ini"), 15)
-print(f"exit code {code}\n\nThe host received:\n  command line      {record.command_line}\n"
-      f"  current directory {record.directory}\n" + "".join(f"  {n}={v}\n" for n, v in record.block if n.startswith(MANAGED)))
+print(
+    f"exit code {code}\n\nThe host received:\n  command line      {record.command_line}\n"
+    f"  current directory {record.directory}\n"
+    + "".join(f"  {n}={v}\n" for n, v in record.block if n.startswith(MANAGED))
+)
 for name in ("last-status.ini", "settings.ini"):
-    print(name + "".join(f"\n  [{s}]" + "".join(f"\n  {k}={v}" for k, v in keys.items()) for s, keys in install.ini(name).items()))
+    print(
+        name
+        + "".join(
+            f"\n  [{s}]" + "".join(f"\n  {k}={v}" for k, v in keys.items())
+            for s, keys in install.ini(name).items()
+        )
+    )
 install.settle()
-raise SystemExit(0 if code == 0 and install.ini("last-status.ini")["Launch"]["Mode"] == "full-dark" else 1)
+raise SystemExit(
+    0 if code == 0 and install.ini("last-status.ini")["Launch"]["Mode"] == "full-dark" else 1
+)

@@ -6,7 +6,8 @@
 //   nv-release keygen <private.pem>
 //   nv-release issue <private.pem> <revision> <version> <installer> <latest.jws>
 //                    [--channel stable] [--key-id stable-1] [--release-utc <seconds>]
-//   nv-release verify <public key text> <latest.jws> [<installer>] [--channel stable] [--key-id stable-1]
+//   nv-release verify <public key text> <latest.jws> [<installer>] [--channel stable] [--key-id
+//   stable-1]
 //
 // Exit codes: 0 done, 2 bad use, 4 refused or failed (with a one-line reason).
 #include <fcntl.h>
@@ -89,7 +90,8 @@ Arguments split(int argc, char** argv, std::initializer_list<const char*> allowe
 }
 
 std::string base64url(const unsigned char* data, std::size_t size) {
-  static constexpr char alphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
+  static constexpr char alphabet[] =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_";
   std::string out;
   for (std::size_t i = 0; i < size; i += 3) {
     const std::size_t count = std::min<std::size_t>(size - i, 3);
@@ -105,11 +107,14 @@ std::string base64url(const std::string& text) {
   return base64url(reinterpret_cast<const unsigned char*>(text.data()), text.size());
 }
 
-std::filesystem::path native(const std::string& path) { return portable::to_native(portable::widen(path)); }
+std::filesystem::path native(const std::string& path) {
+  return portable::to_native(portable::widen(path));
+}
 
 // Digits only, so that nothing but a number can reach the claims.
 std::string decimal(const std::string& text, const char* what) {
-  if (text.empty() || text.size() > 12 || text.find_first_not_of("0123456789") != std::string::npos) {
+  if (text.empty() || text.size() > 12 ||
+      text.find_first_not_of("0123456789") != std::string::npos) {
     throw std::runtime_error(std::string(what) + " is not a decimal number: " + text);
   }
   return std::to_string(std::stoll(text));
@@ -122,7 +127,8 @@ std::string public_key_text(EVP_PKEY* key) {
   char group[32] = {};
   std::size_t length = 0;
   if (EVP_PKEY_get_base_id(key) != EVP_PKEY_EC ||
-      EVP_PKEY_get_utf8_string_param(key, OSSL_PKEY_PARAM_GROUP_NAME, group, sizeof group, &length) != 1 ||
+      EVP_PKEY_get_utf8_string_param(key, OSSL_PKEY_PARAM_GROUP_NAME, group, sizeof group,
+                                     &length) != 1 ||
       std::string(group) != "prime256v1") {
     throw std::runtime_error("the key is not a P-256 key");
   }
@@ -151,13 +157,13 @@ std::string sign(EVP_PKEY* key, const std::string& data) {
   const DigestContext context(EVP_MD_CTX_new());
   std::size_t length = 0;
   if (!context || EVP_DigestSignInit(context.get(), nullptr, EVP_sha256(), nullptr, key) != 1 ||
-      EVP_DigestSign(context.get(), nullptr, &length, reinterpret_cast<const unsigned char*>(data.data()),
-                     data.size()) != 1) {
+      EVP_DigestSign(context.get(), nullptr, &length,
+                     reinterpret_cast<const unsigned char*>(data.data()), data.size()) != 1) {
     throw std::runtime_error("cannot sign");
   }
   std::vector<unsigned char> der(length);
-  if (EVP_DigestSign(context.get(), der.data(), &length, reinterpret_cast<const unsigned char*>(data.data()),
-                     data.size()) != 1) {
+  if (EVP_DigestSign(context.get(), der.data(), &length,
+                     reinterpret_cast<const unsigned char*>(data.data()), data.size()) != 1) {
     throw std::runtime_error("cannot sign");
   }
   const unsigned char* cursor = der.data();
@@ -173,8 +179,9 @@ std::string sign(EVP_PKEY* key, const std::string& data) {
 }
 
 std::string describe(const nv::ReleaseManifest& manifest) {
-  return "revision " + std::to_string(manifest.revision) + ", version " + portable::narrow(manifest.version) + ", " +
-         portable::narrow(manifest.path) + ", " + std::to_string(manifest.size) + " bytes, sha256 " + manifest.sha256;
+  return "revision " + std::to_string(manifest.revision) + ", version " +
+         portable::narrow(manifest.version) + ", " + portable::narrow(manifest.path) + ", " +
+         std::to_string(manifest.size) + " bytes, sha256 " + manifest.sha256;
 }
 
 nv::ReleaseManifest check(const std::string& text, const nv::ManifestRules& rules) {
@@ -193,7 +200,8 @@ int keygen(int argc, char** argv) {
   const std::string text = public_key_text(key.get());
   // Readable by its owner only, and never over an existing key.
   const int fd = open(native(arguments.words[0]).c_str(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-  if (fd < 0) throw std::runtime_error("cannot create " + arguments.words[0] + " (it must not exist)");
+  if (fd < 0)
+    throw std::runtime_error("cannot create " + arguments.words[0] + " (it must not exist)");
   const File file(fdopen(fd, "wb"));
   if (!file) {
     close(fd);
@@ -218,19 +226,22 @@ int issue(int argc, char** argv) {
   const Key key = read_private_key(arguments.words[0]);
   const nv::ManifestRules rules{public_key_text(key.get()), channel, key_id};
   const std::string revision = decimal(arguments.words[1], "revision");
-  const std::string release_utc =
-      decimal(arguments.option("--release-utc", std::to_string(std::time(nullptr))), "--release-utc");
+  const std::string release_utc = decimal(
+      arguments.option("--release-utc", std::to_string(std::time(nullptr))), "--release-utc");
   std::error_code error;
   const std::uintmax_t size = std::filesystem::file_size(native(installer), error);
   if (error) throw std::runtime_error("cannot read " + installer);
   const std::string sha256 = nv::sha256_file_hex(portable::widen(installer));
 
-  const std::string path = "/downloads/releases/" + channel + "/" + revision + "/Tenebrix-" + version + "-Setup.exe";
-  const std::string header = "{\"alg\":\"ES256\",\"typ\":\"TXUPDATE\",\"kid\":" + quoted(key_id) + "}";
-  const std::string claims = "{\"schema\":1,\"product\":\"tenebrix\",\"channel\":" + quoted(channel) +
-                             ",\"revision\":" + revision + ",\"releaseUtc\":" + release_utc +
-                             ",\"size\":" + std::to_string(size) + ",\"sha256\":\"" + sha256 +
-                             "\",\"path\":" + quoted(path) + ",\"version\":" + quoted(version) + "}";
+  const std::string path =
+      "/downloads/releases/" + channel + "/" + revision + "/Tenebrix-" + version + "-Setup.exe";
+  const std::string header =
+      "{\"alg\":\"ES256\",\"typ\":\"TXUPDATE\",\"kid\":" + quoted(key_id) + "}";
+  const std::string claims =
+      "{\"schema\":1,\"product\":\"tenebrix\",\"channel\":" + quoted(channel) +
+      ",\"revision\":" + revision + ",\"releaseUtc\":" + release_utc +
+      ",\"size\":" + std::to_string(size) + ",\"sha256\":\"" + sha256 +
+      "\",\"path\":" + quoted(path) + ",\"version\":" + quoted(version) + "}";
   const std::string signed_data = base64url(header) + "." + base64url(claims);
   const std::string text = signed_data + "." + sign(key.get(), signed_data);
   const nv::ReleaseManifest manifest = check(text, rules);
@@ -251,8 +262,10 @@ int issue(int argc, char** argv) {
 
 int verify(int argc, char** argv) {
   const Arguments arguments = split(argc, argv, {"--channel", "--key-id"});
-  if (arguments.words.size() != 2 && arguments.words.size() != 3) throw Usage("verify takes two or three arguments");
-  const nv::ManifestRules rules{arguments.words[0], arguments.option("--channel", nv::build::update_channel),
+  if (arguments.words.size() != 2 && arguments.words.size() != 3)
+    throw Usage("verify takes two or three arguments");
+  const nv::ManifestRules rules{arguments.words[0],
+                                arguments.option("--channel", nv::build::update_channel),
                                 arguments.option("--key-id", nv::build::update_key_id)};
   std::ifstream file(native(arguments.words[1]), std::ios::binary);
   if (!file) throw std::runtime_error("cannot read " + arguments.words[1]);
@@ -268,8 +281,8 @@ int verify(int argc, char** argv) {
     const std::uintmax_t size = std::filesystem::file_size(native(installer), error);
     if (error) throw std::runtime_error("cannot read " + installer);
     if (size != manifest.size) {
-      throw std::runtime_error("installer refused: " + std::to_string(size) + " bytes, the manifest says " +
-                               std::to_string(manifest.size));
+      throw std::runtime_error("installer refused: " + std::to_string(size) +
+                               " bytes, the manifest says " + std::to_string(manifest.size));
     }
     if (nv::sha256_file_hex(portable::widen(installer)) != manifest.sha256) {
       throw std::runtime_error("installer refused: its sha256 differs from the manifest's");
@@ -289,11 +302,13 @@ int main(int argc, char** argv) {
     if (command == "verify") return verify(argc, argv);
     throw Usage("no such command: " + command);
   } catch (const Usage& e) {
-    std::cerr << "nv-release: " << e.what()
-              << "\nusage: nv-release keygen <private.pem>\n"
-                 "       nv-release issue <private.pem> <revision> <version> <installer> <latest.jws>"
-                 " [--channel c] [--key-id k] [--release-utc s]\n"
-                 "       nv-release verify <public key> <latest.jws> [<installer>] [--channel c] [--key-id k]\n";
+    std::cerr
+        << "nv-release: " << e.what()
+        << "\nusage: nv-release keygen <private.pem>\n"
+           "       nv-release issue <private.pem> <revision> <version> <installer> <latest.jws>"
+           " [--channel c] [--key-id k] [--release-utc s]\n"
+           "       nv-release verify <public key> <latest.jws> [<installer>] [--channel c] "
+           "[--key-id k]\n";
     return exit_usage;
   } catch (const std::exception& e) {
     std::cerr << "nv-release: " << e.what() << "\n";

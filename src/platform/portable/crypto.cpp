@@ -39,7 +39,9 @@ std::uint32_t next_code_point(const std::wstring& text, std::size_t& i) {
   return 0x10000 + ((unit - 0xD800) << 10) + (low - 0xDC00);
 }
 
-std::size_t utf8_units(std::uint32_t c) { return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4; }
+std::size_t utf8_units(std::uint32_t c) {
+  return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+}
 
 // The code point of the well-formed UTF-8 sequence at `i` (RFC 3629: no overlong
 // forms, no surrogates, nothing above U+10FFFF), advancing `i`; `invalid` for
@@ -220,7 +222,8 @@ bool base64_decode(const std::string& text, std::uint8_t* out, std::uint32_t& si
       group = (group << 6) | static_cast<std::uint32_t>(value < 0 ? 0 : value);
     }
     const std::size_t count = i + 4 == text.size() ? 3 - padding : 3;
-    for (std::size_t k = 0; k < count; ++k) out[o++] = static_cast<std::uint8_t>(group >> (16 - 8 * k));
+    for (std::size_t k = 0; k < count; ++k)
+      out[o++] = static_cast<std::uint8_t>(group >> (16 - 8 * k));
   }
   size = static_cast<std::uint32_t>(o);
   return true;
@@ -228,7 +231,8 @@ bool base64_decode(const std::string& text, std::uint8_t* out, std::uint32_t& si
 
 bool sha256(const std::uint8_t* data, std::uint32_t size, Sha256Digest& digest) {
   unsigned int written = 0;
-  return EVP_Digest(data, size, digest.data(), &written, EVP_sha256(), nullptr) == 1 && written == digest.size();
+  return EVP_Digest(data, size, digest.data(), &written, EVP_sha256(), nullptr) == 1 &&
+         written == digest.size();
 }
 
 namespace {
@@ -273,9 +277,11 @@ FileHash sha256_file(const OpenFile& file, Sha256Digest& digest) {
   return sha256_of_stream(file.stream, digest);
 }
 
-Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const EcSignature& signature) {
+Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest,
+                        const EcSignature& signature) {
   Es256Check check;
-  std::unique_ptr<EVP_PKEY_CTX, FreeKeyContextFn> maker(EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
+  std::unique_ptr<EVP_PKEY_CTX, FreeKeyContextFn> maker(
+      EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
   if (!maker || EVP_PKEY_fromdata_init(maker.get()) != 1) return check;
   check.provider = true;
 
@@ -283,12 +289,13 @@ Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const 
   unsigned char encoded[65] = {0x04};
   std::copy(point.begin(), point.end(), encoded + 1);
   char group[] = "prime256v1";
-  const OSSL_PARAM params[] = {OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, group, 0),
-                               OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, encoded, sizeof encoded),
-                               OSSL_PARAM_construct_end()};
+  const OSSL_PARAM params[] = {
+      OSSL_PARAM_construct_utf8_string(OSSL_PKEY_PARAM_GROUP_NAME, group, 0),
+      OSSL_PARAM_construct_octet_string(OSSL_PKEY_PARAM_PUB_KEY, encoded, sizeof encoded),
+      OSSL_PARAM_construct_end()};
   EVP_PKEY* made = nullptr;
-  const bool imported =
-      EVP_PKEY_fromdata(maker.get(), &made, EVP_PKEY_PUBLIC_KEY, const_cast<OSSL_PARAM*>(params)) == 1;
+  const bool imported = EVP_PKEY_fromdata(maker.get(), &made, EVP_PKEY_PUBLIC_KEY,
+                                          const_cast<OSSL_PARAM*>(params)) == 1;
   std::unique_ptr<EVP_PKEY, FreeKeyFn> key(made);
   check.import_status = imported ? 0 : status_invalid_parameter;
   if (!imported) return check;
@@ -305,10 +312,11 @@ Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const 
   }
   unsigned char* der = nullptr;
   const int der_length = i2d_ECDSA_SIG(pair.get(), &der);
-  std::unique_ptr<EVP_PKEY_CTX, FreeKeyContextFn> verifier(EVP_PKEY_CTX_new_from_pkey(nullptr, key.get(), nullptr));
-  const bool verified =
-      der_length > 0 && verifier && EVP_PKEY_verify_init(verifier.get()) == 1 &&
-      EVP_PKEY_verify(verifier.get(), der, static_cast<std::size_t>(der_length), digest.data(), digest.size()) == 1;
+  std::unique_ptr<EVP_PKEY_CTX, FreeKeyContextFn> verifier(
+      EVP_PKEY_CTX_new_from_pkey(nullptr, key.get(), nullptr));
+  const bool verified = der_length > 0 && verifier && EVP_PKEY_verify_init(verifier.get()) == 1 &&
+                        EVP_PKEY_verify(verifier.get(), der, static_cast<std::size_t>(der_length),
+                                        digest.data(), digest.size()) == 1;
   OPENSSL_free(der);
   check.verify_status = verified ? 0 : status_invalid_signature;
   return check;

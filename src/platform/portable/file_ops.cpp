@@ -37,10 +37,12 @@ bool move_replacing(const std::wstring& from, const std::wstring& to) {
 }
 
 WrittenFile write_new_file(const std::wstring& path, const std::string& bytes) {
-  const int handle = ::open(portable::to_native(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+  const int handle =
+      ::open(portable::to_native(path).c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
   if (handle < 0) return WrittenFile::cannot_create;
   const ssize_t written = ::write(handle, bytes.data(), bytes.size());
-  const bool complete = written >= 0 && static_cast<std::size_t>(written) == bytes.size() && ::fsync(handle) == 0;
+  const bool complete =
+      written >= 0 && static_cast<std::size_t>(written) == bytes.size() && ::fsync(handle) == 0;
   const bool closed = ::close(handle) == 0;
   return complete && closed ? WrittenFile::written : WrittenFile::cannot_write;
 }
@@ -48,13 +50,16 @@ WrittenFile write_new_file(const std::wstring& path, const std::string& bytes) {
 bool move_file(const std::wstring& from, const std::wstring& to, bool replace) {
   if (replace) return move_replacing(from, to);
   // link(2) refuses an existing target of any kind, as the move without replace must.
-  const std::string source = portable::to_native(from).string(), target = portable::to_native(to).string();
+  const std::string source = portable::to_native(from).string(),
+                    target = portable::to_native(to).string();
   if (::link(source.c_str(), target.c_str()) != 0) return false;
   ::unlink(source.c_str());
   return true;
 }
 
-bool delete_file(const std::wstring& path) { return ::unlink(portable::to_native(path).c_str()) == 0; }
+bool delete_file(const std::wstring& path) {
+  return ::unlink(portable::to_native(path).c_str()) == 0;
+}
 
 bool new_guid_text(std::wstring& text) {
   std::random_device source;
@@ -71,7 +76,8 @@ bool new_guid_text(std::wstring& text) {
 void NewFileClose::operator()(void* file) const { std::fclose(static_cast<std::FILE*>(file)); }
 
 NewFile create_new_file(const std::wstring& path) {
-  return NewFile(std::fopen(portable::to_native(path).c_str(), "wbx"));  // x: never an existing file
+  return NewFile(
+      std::fopen(portable::to_native(path).c_str(), "wbx"));  // x: never an existing file
 }
 
 bool write_all(void* file, const char* bytes, std::uint32_t count) {

@@ -37,7 +37,8 @@ Resolved resolve_path(const std::wstring& path) {
   std::error_code error;
   auto canonical = std::filesystem::canonical(portable::to_native(path), error);
   if (error) {
-    const bool absent = error == std::errc::no_such_file_or_directory || error == std::errc::not_a_directory ||
+    const bool absent = error == std::errc::no_such_file_or_directory ||
+                        error == std::errc::not_a_directory ||
                         error == std::errc::filename_too_long;
     result.status = absent ? Resolve::not_found : Resolve::failed;
     return result;
@@ -98,7 +99,7 @@ bool read_file_head(const std::wstring& path, std::size_t limit, std::string& by
 }
 
 std::optional<OwnAttributes> own_attributes(const std::wstring& path) {
-  struct stat info{};
+  struct stat info {};
   if (::lstat(portable::to_native(path).c_str(), &info) != 0) return std::nullopt;
   return attributes_of(info);
 }
@@ -121,7 +122,7 @@ HeldFile hold_file(const std::wstring& path) {
 }
 
 std::optional<OwnAttributes> own_attributes(const OpenFile& file) {
-  struct stat info{};
+  struct stat info {};
   if (::fstat(::fileno(file.stream), &info) != 0) return std::nullopt;
   return attributes_of(info);
 }
@@ -142,16 +143,18 @@ std::vector<DirectoryEntry> list_directory(const std::wstring& path) {
 }
 
 bool last_write_time(const std::wstring& path, std::uint64_t& time) {
-  struct stat info{};
+  struct stat info {};
   if (::lstat(portable::to_native(path).c_str(), &info) != 0) return false;
   const auto seconds = static_cast<std::int64_t>(info.st_mtim.tv_sec);
-  time = static_cast<std::uint64_t>(seconds * 10000000 + info.st_mtim.tv_nsec / 100) + filetime_of_1970;
+  time = static_cast<std::uint64_t>(seconds * 10000000 + info.st_mtim.tv_nsec / 100) +
+         filetime_of_1970;
   return true;
 }
 
 void remove_tree(const std::wstring& path) {
   std::error_code ignored;
-  std::filesystem::remove_all(portable::to_native(path), ignored);  // links are removed, not followed
+  std::filesystem::remove_all(portable::to_native(path),
+                              ignored);  // links are removed, not followed
 }
 
 }  // namespace nv::platform

@@ -27,7 +27,8 @@ bool wait_event(void*, std::uint32_t) { return false; }
 
 std::uint64_t tick_count() {
   using namespace std::chrono;
-  return static_cast<std::uint64_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+  return static_cast<std::uint64_t>(
+      duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
 }
 
 }  // namespace nv::platform

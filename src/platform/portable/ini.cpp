@@ -24,10 +24,12 @@ bool load(const std::wstring& path, Text& text) {
   if (!in) return false;
   std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
   std::wstring all;
-  if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF && static_cast<unsigned char>(bytes[1]) == 0xFE) {
+  if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF &&
+      static_cast<unsigned char>(bytes[1]) == 0xFE) {
     text.utf16 = true;
     for (std::size_t i = 2; i + 1 < bytes.size(); i += 2)
-      all += static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) | (static_cast<unsigned char>(bytes[i + 1]) << 8));
+      all += static_cast<wchar_t>(static_cast<unsigned char>(bytes[i]) |
+                                  (static_cast<unsigned char>(bytes[i + 1]) << 8));
   } else {
     all = portable::widen(bytes);
   }
@@ -99,7 +101,8 @@ bool key_line(const std::wstring& line, std::wstring& key, std::wstring& value) 
 
 }  // namespace
 
-std::wstring read_profile_string(const std::wstring& path, const std::wstring& section, const std::wstring& key) {
+std::wstring read_profile_string(const std::wstring& path, const std::wstring& section,
+                                 const std::wstring& key) {
   Text text;
   if (!load(path, text)) return {};
   bool inside = false;
@@ -119,8 +122,8 @@ std::wstring read_profile_string(const std::wstring& path, const std::wstring& s
   return {};
 }
 
-bool write_profile_string(const std::wstring& path, const std::wstring& section, const std::wstring& key,
-                          const std::wstring& value) {
+bool write_profile_string(const std::wstring& path, const std::wstring& section,
+                          const std::wstring& key, const std::wstring& value) {
   Text text;
   std::error_code error;
   if (std::filesystem::is_directory(portable::to_native(path), error)) return false;
@@ -148,7 +151,8 @@ bool write_profile_string(const std::wstring& path, const std::wstring& section,
     text.lines.push_back(L"[" + section + L"]");
     text.lines.push_back(key + L"=" + value);
   } else {
-    text.lines.insert(text.lines.begin() + static_cast<std::ptrdiff_t>(insert_at), key + L"=" + value);
+    text.lines.insert(text.lines.begin() + static_cast<std::ptrdiff_t>(insert_at),
+                      key + L"=" + value);
   }
   return store(path, text);
 }

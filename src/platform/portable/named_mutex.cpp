@@ -25,7 +25,8 @@ void MutexCloser::operator()(MutexObject* mutex) const {
 
 NamedMutex create_named_mutex(const std::wstring& name) {
   std::string file = "nv-" + std::to_string(::getuid()) + "-";
-  for (char c : portable::narrow(name)) file += std::isalnum(static_cast<unsigned char>(c)) || c == '.' ? c : '_';
+  for (char c : portable::narrow(name))
+    file += std::isalnum(static_cast<unsigned char>(c)) || c == '.' ? c : '_';
   const std::string path = (std::filesystem::temp_directory_path() / (file + ".lock")).string();
   const int fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0600);
   if (fd < 0) return nullptr;

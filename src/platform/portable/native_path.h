@@ -7,8 +7,8 @@
 
 namespace nv::platform::portable {
 
-std::string narrow(const std::wstring& text);   // UTF-8
-std::wstring widen(const std::string& text);    // UTF-8, bytes that do not decode pass as themselves
+std::string narrow(const std::wstring& text);  // UTF-8
+std::wstring widen(const std::string& text);   // UTF-8, bytes that do not decode pass as themselves
 
 // "Z:\tmp\x" -> "/tmp/x"; other texts only have their separators turned.
 std::filesystem::path to_native(const std::wstring& path);

@@ -7,12 +7,18 @@
 
 namespace nv::platform {
 
-std::optional<std::vector<std::wstring>> registry_subkeys(RegistryRoot, const std::wstring&, unsigned) {
+std::optional<std::vector<std::wstring>> registry_subkeys(RegistryRoot, const std::wstring&,
+                                                          unsigned) {
   return std::nullopt;
 }
 
-RegistryValue registry_value(RegistryRoot, const std::wstring&, const std::wstring&, unsigned) { return {}; }
-std::optional<std::uint32_t> registry_dword(RegistryRoot, const std::wstring&, const std::wstring&) { return std::nullopt; }
+RegistryValue registry_value(RegistryRoot, const std::wstring&, const std::wstring&, unsigned) {
+  return {};
+}
+std::optional<std::uint32_t> registry_dword(RegistryRoot, const std::wstring&,
+                                            const std::wstring&) {
+  return std::nullopt;
+}
 
 std::wstring expand_environment_strings(const std::wstring& text) {
   std::wstring result;

@@ -19,7 +19,8 @@ std::uint64_t system_time() {
   constexpr std::uint64_t filetime_of_1970 = 116444736000000000ull;
   const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
   return filetime_of_1970 +
-         static_cast<std::uint64_t>(std::chrono::duration_cast<std::chrono::nanoseconds>(since_1970).count() / 100);
+         static_cast<std::uint64_t>(
+             std::chrono::duration_cast<std::chrono::nanoseconds>(since_1970).count() / 100);
 }
 
 std::uint32_t current_process_id() { return static_cast<std::uint32_t>(::getpid()); }
@@ -29,8 +30,8 @@ UtcTime utc_time() {
   std::tm parts{};
   gmtime_r(&now, &parts);
   return {static_cast<unsigned>(parts.tm_year + 1900), static_cast<unsigned>(parts.tm_mon + 1),
-          static_cast<unsigned>(parts.tm_mday), static_cast<unsigned>(parts.tm_hour),
-          static_cast<unsigned>(parts.tm_min), static_cast<unsigned>(parts.tm_sec)};
+          static_cast<unsigned>(parts.tm_mday),        static_cast<unsigned>(parts.tm_hour),
+          static_cast<unsigned>(parts.tm_min),         static_cast<unsigned>(parts.tm_sec)};
 }
 
 std::uint16_t native_machine() {

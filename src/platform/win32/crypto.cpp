@@ -42,13 +42,15 @@ FileHash ensure_file_hash_provider(FileHashProvider& provider) {
   std::lock_guard<std::mutex> guard(provider.lock);
   if (provider.ready.load(std::memory_order_relaxed)) return FileHash::done;
   UniqueAlgorithm algorithm;
-  if (!succeeded(BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_SHA256_ALGORITHM, nullptr, 0))) {
+  if (!succeeded(
+          BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_SHA256_ALGORITHM, nullptr, 0))) {
     return FileHash::unavailable;
   }
   DWORD length = 0;
   ULONG written = 0;
-  if (!succeeded(BCryptGetProperty(algorithm.get(), BCRYPT_OBJECT_LENGTH, reinterpret_cast<PUCHAR>(&length),
-                                   sizeof length, &written, 0))) {
+  if (!succeeded(BCryptGetProperty(algorithm.get(), BCRYPT_OBJECT_LENGTH,
+                                   reinterpret_cast<PUCHAR>(&length), sizeof length, &written,
+                                   0))) {
     return FileHash::cannot_initialize;
   }
   provider.algorithm = std::move(algorithm);
@@ -60,19 +62,20 @@ FileHash ensure_file_hash_provider(FileHashProvider& provider) {
 }  // namespace
 
 std::size_t utf8_length_strict(const std::wstring& text) {
-  const int length = WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()),
-                                         nullptr, 0, nullptr, nullptr);
+  const int length =
+      WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, text.data(), static_cast<int>(text.size()),
+                          nullptr, 0, nullptr, nullptr);
   return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
 void utf16_to_utf8(const std::wstring& text, std::string& out) {
-  WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(), static_cast<int>(out.size()),
-                      nullptr, nullptr);
+  WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), out.data(),
+                      static_cast<int>(out.size()), nullptr, nullptr);
 }
 
 std::size_t utf16_length_strict(const std::string& bytes) {
-  const int length =
-      MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(), static_cast<int>(bytes.size()), nullptr, 0);
+  const int length = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, bytes.data(),
+                                         static_cast<int>(bytes.size()), nullptr, 0);
   return length > 0 ? static_cast<std::size_t>(length) : 0;
 }
 
@@ -83,8 +86,8 @@ void utf8_to_utf16(const std::string& bytes, std::wstring& out) {
 
 bool base64_decode(const std::string& text, std::uint8_t* out, std::uint32_t& size) {
   DWORD length = out ? size : 0;
-  if (!CryptStringToBinaryA(text.data(), static_cast<DWORD>(text.size()), CRYPT_STRING_BASE64, out, &length, nullptr,
-                            nullptr)) {
+  if (!CryptStringToBinaryA(text.data(), static_cast<DWORD>(text.size()), CRYPT_STRING_BASE64, out,
+                            &length, nullptr, nullptr)) {
     return false;
   }
   size = length;
@@ -93,16 +96,18 @@ bool base64_decode(const std::string& text, std::uint8_t* out, std::uint32_t& si
 
 bool sha256(const std::uint8_t* data, std::uint32_t size, Sha256Digest& digest) {
   UniqueAlgorithm algorithm;
-  if (!succeeded(BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_SHA256_ALGORITHM, nullptr, 0))) return false;
-  return succeeded(BCryptHash(algorithm.get(), nullptr, 0, const_cast<PUCHAR>(data), size, digest.data(),
-                              static_cast<ULONG>(digest.size())));
+  if (!succeeded(BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_SHA256_ALGORITHM, nullptr, 0)))
+    return false;
+  return succeeded(BCryptHash(algorithm.get(), nullptr, 0, const_cast<PUCHAR>(data), size,
+                              digest.data(), static_cast<ULONG>(digest.size())));
 }
 
 namespace {
 
 FileHash sha256_of_handle(HANDLE file, Sha256Digest& digest) {
   FileHashProvider& provider = file_hash_provider();
-  if (const FileHash ready = ensure_file_hash_provider(provider); ready != FileHash::done) return ready;
+  if (const FileHash ready = ensure_file_hash_provider(provider); ready != FileHash::done)
+    return ready;
 
   std::vector<UCHAR> object(provider.object_length);
   auto buffer = std::make_unique<UCHAR[]>(file_hash_buffer);
@@ -119,7 +124,8 @@ FileHash sha256_of_handle(HANDLE file, Sha256Digest& digest) {
     if (read == 0) break;
     if (!succeeded(BCryptHashData(hash.get(), buffer.get(), read, 0))) return FileHash::cannot_hash;
   }
-  if (!succeeded(BCryptFinishHash(hash.get(), digest.data(), static_cast<ULONG>(digest.size()), 0))) {
+  if (!succeeded(
+          BCryptFinishHash(hash.get(), digest.data(), static_cast<ULONG>(digest.size()), 0))) {
     return FileHash::cannot_finish;
   }
   return FileHash::done;
@@ -128,7 +134,8 @@ FileHash sha256_of_handle(HANDLE file, Sha256Digest& digest) {
 }  // namespace
 
 FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
-  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                      nullptr, OPEN_EXISTING, FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!file) return FileHash::cannot_read;
   return sha256_of_handle(file.get(), digest);
@@ -136,14 +143,18 @@ FileHash sha256_file(const std::wstring& path, Sha256Digest& digest) {
 
 FileHash sha256_file(const OpenFile& file, Sha256Digest& digest) {
   LARGE_INTEGER start{};
-  if (!SetFilePointerEx(file.handle.get(), start, nullptr, FILE_BEGIN)) return FileHash::cannot_read;
+  if (!SetFilePointerEx(file.handle.get(), start, nullptr, FILE_BEGIN))
+    return FileHash::cannot_read;
   return sha256_of_handle(file.handle.get(), digest);
 }
 
-Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const EcSignature& signature) {
+Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest,
+                        const EcSignature& signature) {
   Es256Check check;
   UniqueAlgorithm algorithm;
-  if (!succeeded(BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_ECDSA_P256_ALGORITHM, nullptr, 0))) return check;
+  if (!succeeded(
+          BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_ECDSA_P256_ALGORITHM, nullptr, 0)))
+    return check;
   check.provider = true;
 
   // ECCPUBLICBLOB: magic "ECS1" and key length 32, little-endian, then X and Y.
@@ -152,12 +163,13 @@ Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest, const 
   std::memcpy(blob.data(), &head, sizeof head);
   std::memcpy(blob.data() + sizeof head, point.data(), point.size());
   UniqueKey key;
-  check.import_status = BCryptImportKeyPair(algorithm.get(), nullptr, BCRYPT_ECCPUBLIC_BLOB, key.put(), blob.data(),
-                                            static_cast<ULONG>(blob.size()), 0);
+  check.import_status =
+      BCryptImportKeyPair(algorithm.get(), nullptr, BCRYPT_ECCPUBLIC_BLOB, key.put(), blob.data(),
+                          static_cast<ULONG>(blob.size()), 0);
   if (!succeeded(check.import_status)) return check;
-  check.verify_status =
-      BCryptVerifySignature(key.get(), nullptr, const_cast<PUCHAR>(digest.data()), static_cast<ULONG>(digest.size()),
-                            const_cast<PUCHAR>(signature.data()), static_cast<ULONG>(signature.size()), 0);
+  check.verify_status = BCryptVerifySignature(
+      key.get(), nullptr, const_cast<PUCHAR>(digest.data()), static_cast<ULONG>(digest.size()),
+      const_cast<PUCHAR>(signature.data()), static_cast<ULONG>(signature.size()), 0);
   return check;
 }
 

@@ -55,7 +55,8 @@ int show(const TASKDIALOGCONFIG& config, BOOL* checked = nullptr) {
 }
 
 int command_link_dialog(const CommandLinkDialog& dialog) {
-  const TaskDialog shown{dialog.window_title, dialog.main_instruction, {}, TDF_USE_COMMAND_LINKS, TDCBF_CANCEL_BUTTON};
+  const TaskDialog shown{
+      dialog.window_title, dialog.main_instruction, {}, TDF_USE_COMMAND_LINKS, TDCBF_CANCEL_BUTTON};
   return show(Config(shown, dialog.buttons).config);
 }
 
@@ -74,12 +75,14 @@ void DialogWindow::set_progress(unsigned percent) const {
   SendMessageW(static_cast<HWND>(handle), TDM_SET_PROGRESS_BAR_POS, percent, 0);
 }
 void DialogWindow::set_content(const std::wstring& text) const {
-  SendMessageW(static_cast<HWND>(handle), TDM_SET_ELEMENT_TEXT, TDE_CONTENT, reinterpret_cast<LPARAM>(text.c_str()));
+  SendMessageW(static_cast<HWND>(handle), TDM_SET_ELEMENT_TEXT, TDE_CONTENT,
+               reinterpret_cast<LPARAM>(text.c_str()));
 }
 
 namespace {
 
-HRESULT CALLBACK timer_dialog_callback(HWND window, UINT notification, WPARAM wparam, LPARAM, LONG_PTR data) {
+HRESULT CALLBACK timer_dialog_callback(HWND window, UINT notification, WPARAM wparam, LPARAM,
+                                       LONG_PTR data) {
   const auto& callback = *reinterpret_cast<const DialogCallback*>(data);
   const DialogWindow dialog{window};
   if (notification == TDN_TIMER) return callback(dialog, DialogEvent::timer, 0);
@@ -113,8 +116,8 @@ std::wstring chosen_path(IFileDialog& picker) {
 
 std::wstring open_file_dialog(const FileOpenDialog& dialog) {
   win32::ComPtr<IFileOpenDialog> picker;
-  if (FAILED(CoCreateInstance(CLSID_FileOpenDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IFileOpenDialog,
-                              picker.put_void())))
+  if (FAILED(CoCreateInstance(CLSID_FileOpenDialog, nullptr, CLSCTX_INPROC_SERVER,
+                              IID_IFileOpenDialog, picker.put_void())))
     return {};
   const COMDLG_FILTERSPEC type{dialog.type_name.c_str(), dialog.type_pattern.c_str()};
   picker->SetFileTypes(1, &type);
@@ -125,8 +128,8 @@ std::wstring open_file_dialog(const FileOpenDialog& dialog) {
 
 std::wstring save_file_dialog(const FileSaveDialog& dialog) {
   win32::ComPtr<IFileSaveDialog> picker;
-  if (FAILED(CoCreateInstance(CLSID_FileSaveDialog, nullptr, CLSCTX_INPROC_SERVER, IID_IFileSaveDialog,
-                              picker.put_void())))
+  if (FAILED(CoCreateInstance(CLSID_FileSaveDialog, nullptr, CLSCTX_INPROC_SERVER,
+                              IID_IFileSaveDialog, picker.put_void())))
     return {};
   const COMDLG_FILTERSPEC type{dialog.type_name.c_str(), dialog.type_pattern.c_str()};
   picker->SetTitle(dialog.title.c_str());

@@ -9,29 +9,33 @@ namespace nv::platform {
 
 bool create_file_with(const std::wstring& path, const std::string& bytes) {
   // The sharing of a C stream opened for writing, which readers of the file expect.
-  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                     CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr, CREATE_ALWAYS,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return false;
   if (bytes.empty()) return true;
   DWORD written = 0;
-  return WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != FALSE &&
+  return WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) !=
+             FALSE &&
          written == bytes.size();
 }
 
 bool move_replacing(const std::wstring& from, const std::wstring& to) {
-  return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
+  return MoveFileExW(from.c_str(), to.c_str(),
+                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != FALSE;
 }
 
 WrittenFile write_new_file(const std::wstring& path, const std::string& bytes) {
-  win32::UniqueFile file(
-      CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, FILE_ATTRIBUTE_NORMAL, nullptr));
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW,
+                                     FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return WrittenFile::cannot_create;
   DWORD written = 0;
-  const bool complete =
-      WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr) != FALSE &&
-      written == bytes.size();
+  const bool complete = WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()),
+                                  &written, nullptr) != FALSE &&
+                        written == bytes.size();
   // A file that may not have reached the disk counts as not written.
-  return complete && FlushFileBuffers(file.get()) != FALSE ? WrittenFile::written : WrittenFile::cannot_write;
+  return complete && FlushFileBuffers(file.get()) != FALSE ? WrittenFile::written
+                                                           : WrittenFile::cannot_write;
 }
 
 bool move_file(const std::wstring& from, const std::wstring& to, bool replace) {

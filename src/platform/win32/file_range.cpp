@@ -6,8 +6,10 @@
 
 namespace nv::platform {
 
-bool read_file_range(const std::wstring& path, std::uint64_t offset, std::size_t count, unsigned char* out) {
-  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+bool read_file_range(const std::wstring& path, std::uint64_t offset, std::size_t count,
+                     unsigned char* out) {
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return false;
   LARGE_INTEGER position{};
@@ -16,7 +18,8 @@ bool read_file_range(const std::wstring& path, std::uint64_t offset, std::size_t
   std::size_t done = 0;
   while (done < count) {
     DWORD read = 0;
-    if (!ReadFile(file.get(), out + done, static_cast<DWORD>(count - done), &read, nullptr)) return false;
+    if (!ReadFile(file.get(), out + done, static_cast<DWORD>(count - done), &read, nullptr))
+      return false;
     if (read == 0) return false;  // the file ends first
     done += read;
   }

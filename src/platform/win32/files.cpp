@@ -28,7 +28,8 @@ bool is_absence(DWORD error) {
 bool final_path(HANDLE file, DWORD flags, std::wstring& out) {
   std::vector<wchar_t> buffer(260);
   for (;;) {
-    DWORD length = GetFinalPathNameByHandleW(file, buffer.data(), static_cast<DWORD>(buffer.size()), flags);
+    DWORD length =
+        GetFinalPathNameByHandleW(file, buffer.data(), static_cast<DWORD>(buffer.size()), flags);
     if (length == 0) return false;
     if (length < buffer.size()) {
       out.assign(buffer.data(), length);
@@ -50,8 +51,10 @@ std::optional<OwnAttributes> attributes_of(HANDLE file) {
     return std::nullopt;
   OwnAttributes result;
   result.attributes = information.dwFileAttributes;
-  result.reparse_tag = (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) ? tag.ReparseTag : 0;
-  result.size = (static_cast<std::uint64_t>(information.nFileSizeHigh) << 32) | information.nFileSizeLow;
+  result.reparse_tag =
+      (information.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) ? tag.ReparseTag : 0;
+  result.size =
+      (static_cast<std::uint64_t>(information.nFileSizeHigh) << 32) | information.nFileSizeLow;
   return result;
 }
 
@@ -60,8 +63,8 @@ std::optional<OwnAttributes> attributes_of(HANDLE file) {
 Resolved resolve_path(const std::wstring& path) {
   Resolved result;
   win32::UniqueFile file(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
-                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
-                                     FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                     nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   if (!file) {
     result.status = is_absence(GetLastError()) ? Resolve::not_found : Resolve::failed;
     return result;
@@ -87,15 +90,17 @@ FileKind file_kind(const std::wstring& path) {
     if (attributes & FILE_ATTRIBUTE_DEVICE) return FileKind::other;
     return FileKind::regular;
   };
-  const auto failure = [] { return is_absence(GetLastError()) ? FileKind::missing : FileKind::error; };
+  const auto failure = [] {
+    return is_absence(GetLastError()) ? FileKind::missing : FileKind::error;
+  };
   const DWORD attributes = GetFileAttributesW(path.c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) return failure();
   if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT)) return kind_of(attributes);
   // These are the link's own attributes; opening it follows it to what it
   // names, so a link answers for its target and a dangling one is missing.
-  const win32::UniqueFile target(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
-                                             FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                             OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+  const win32::UniqueFile target(CreateFileW(
+      path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+      nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   BY_HANDLE_FILE_INFORMATION information{};
   if (!target || !GetFileInformationByHandle(target.get(), &information)) return failure();
   return kind_of(information.dwFileAttributes);
@@ -110,7 +115,8 @@ std::error_code create_directories(const std::wstring& path) {
     return std::make_error_code(std::errc::not_a_directory);
   }
   std::size_t cut = path.find_last_of(L"\\/");
-  while (cut != std::wstring::npos && cut > 0 && (path[cut - 1] == L'\\' || path[cut - 1] == L'/')) --cut;
+  while (cut != std::wstring::npos && cut > 0 && (path[cut - 1] == L'\\' || path[cut - 1] == L'/'))
+    --cut;
   if (cut != std::wstring::npos && cut > 0 && !(cut == 2 && path[1] == L':')) {
     std::error_code parent = create_directories(path.substr(0, cut));
     if (parent) return parent;
@@ -129,7 +135,8 @@ bool file_size(const std::wstring& path, std::uint64_t& size) {
 }
 
 bool read_file(const std::wstring& path, std::string& bytes) {
-  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return false;
   bytes.clear();
@@ -143,14 +150,17 @@ bool read_file(const std::wstring& path, std::string& bytes) {
 }
 
 bool read_file_head(const std::wstring& path, std::size_t limit, std::string& bytes) {
-  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+  win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_READ,
+                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
                                      nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!file) return false;
   bytes.assign(limit, '\0');
   std::size_t filled = 0;
   while (filled < limit) {
     DWORD read = 0;
-    if (!ReadFile(file.get(), bytes.data() + filled, static_cast<DWORD>(limit - filled), &read, nullptr)) return false;
+    if (!ReadFile(file.get(), bytes.data() + filled, static_cast<DWORD>(limit - filled), &read,
+                  nullptr))
+      return false;
     if (read == 0) break;
     filled += read;
   }
@@ -159,10 +169,9 @@ bool read_file_head(const std::wstring& path, std::size_t limit, std::string& by
 }
 
 std::optional<OwnAttributes> own_attributes(const std::wstring& path) {
-  const win32::UniqueFile file(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
-                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                           OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS,
-                                           nullptr));
+  const win32::UniqueFile file(CreateFileW(
+      path.c_str(), FILE_READ_ATTRIBUTES, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+      nullptr, OPEN_EXISTING, FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_BACKUP_SEMANTICS, nullptr));
   if (!file) return std::nullopt;
   return attributes_of(file.get());
 }
@@ -170,27 +179,31 @@ std::optional<OwnAttributes> own_attributes(const std::wstring& path) {
 void OpenFileCloser::operator()(OpenFile* file) const { delete file; }
 
 HeldFile hold_file(const std::wstring& path) {
-  win32::UniqueFile handle(CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                       FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
+  win32::UniqueFile handle(
+      CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                  FILE_FLAG_OPEN_REPARSE_POINT | FILE_FLAG_SEQUENTIAL_SCAN, nullptr));
   if (!handle) return nullptr;
   return HeldFile(new OpenFile{std::move(handle)});
 }
 
-std::optional<OwnAttributes> own_attributes(const OpenFile& file) { return attributes_of(file.handle.get()); }
+std::optional<OwnAttributes> own_attributes(const OpenFile& file) {
+  return attributes_of(file.handle.get());
+}
 
 std::vector<DirectoryEntry> list_directory(const std::wstring& path) {
   std::vector<DirectoryEntry> entries;
   WIN32_FIND_DATAW data{};
-  const win32::UniqueFind find(FindFirstFileExW(append_path(path, L"*").c_str(), FindExInfoBasic, &data,
-                                                FindExSearchNameMatch, nullptr, 0));
+  const win32::UniqueFind find(FindFirstFileExW(append_path(path, L"*").c_str(), FindExInfoBasic,
+                                                &data, FindExSearchNameMatch, nullptr, 0));
   if (!find) return entries;
   do {
     const std::wstring name = data.cFileName;
     if (name == L"." || name == L"..") continue;
     const DWORD attributes = data.dwFileAttributes;
-    entries.push_back({append_path(path, name), (attributes & FILE_ATTRIBUTE_DIRECTORY) ? FileKind::directory
-                                                 : (attributes & FILE_ATTRIBUTE_DEVICE)  ? FileKind::other
-                                                                                         : FileKind::regular});
+    entries.push_back(
+        {append_path(path, name), (attributes & FILE_ATTRIBUTE_DIRECTORY) ? FileKind::directory
+                                  : (attributes & FILE_ATTRIBUTE_DEVICE)  ? FileKind::other
+                                                                          : FileKind::regular});
   } while (FindNextFileW(find.get(), &data));
   return entries;
 }

@@ -22,11 +22,14 @@ constexpr DWORD callback_mask = 0x097E0C00;
 
 }  // namespace
 
-void HttpClose::operator()(void* handle) const { win32::UniqueInternet closing(static_cast<HINTERNET>(handle)); }
+void HttpClose::operator()(void* handle) const {
+  win32::UniqueInternet closing(static_cast<HINTERNET>(handle));
+}
 
 HttpHandle http_open(const std::wstring& user_agent, bool async) {
-  return HttpHandle(WinHttpOpen(user_agent.c_str(), WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY, WINHTTP_NO_PROXY_NAME,
-                           WINHTTP_NO_PROXY_BYPASS, async ? WINHTTP_FLAG_ASYNC : 0));
+  return HttpHandle(WinHttpOpen(user_agent.c_str(), WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY,
+                                WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS,
+                                async ? WINHTTP_FLAG_ASYNC : 0));
 }
 
 void http_set_timeouts(void* session, const HttpTimeouts& t) {
@@ -38,8 +41,9 @@ HttpHandle http_connect(void* session, const std::wstring& host, std::uint16_t p
 }
 
 HttpHandle http_open_request(void* connection, const std::wstring& path) {
-  return HttpHandle(WinHttpOpenRequest(connection, L"GET", path.c_str(), nullptr, WINHTTP_NO_REFERER,
-                                  WINHTTP_DEFAULT_ACCEPT_TYPES, WINHTTP_FLAG_SECURE));
+  return HttpHandle(WinHttpOpenRequest(connection, L"GET", path.c_str(), nullptr,
+                                       WINHTTP_NO_REFERER, WINHTTP_DEFAULT_ACCEPT_TYPES,
+                                       WINHTTP_FLAG_SECURE));
 }
 
 bool http_refuse_redirects(void* request) {
@@ -53,12 +57,13 @@ bool http_set_context(void* request, void* context) {
 }
 
 bool http_set_callback(void* request, HttpStatusCallback callback) {
-  return WinHttpSetStatusCallback(request, callback, callback_mask, 0) != WINHTTP_INVALID_STATUS_CALLBACK;
+  return WinHttpSetStatusCallback(request, callback, callback_mask, 0) !=
+         WINHTTP_INVALID_STATUS_CALLBACK;
 }
 
 bool http_send(void* request, void* context) {
-  return WinHttpSendRequest(request, WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0, 0,
-                            reinterpret_cast<DWORD_PTR>(context)) != FALSE;
+  return WinHttpSendRequest(request, WINHTTP_NO_ADDITIONAL_HEADERS, 0, WINHTTP_NO_REQUEST_DATA, 0,
+                            0, reinterpret_cast<DWORD_PTR>(context)) != FALSE;
 }
 
 bool http_receive(void* request) { return WinHttpReceiveResponse(request, nullptr) != FALSE; }

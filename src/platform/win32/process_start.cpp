@@ -37,7 +37,8 @@ void set_text(Variant& variant, const std::wstring& text) {
 
 Elevation token_elevation() {
   win32::UniqueHandle token;
-  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put())) return Elevation::token_unavailable;
+  if (!OpenProcessToken(GetCurrentProcess(), TOKEN_QUERY, token.put()))
+    return Elevation::token_unavailable;
   TOKEN_ELEVATION elevation{};
   DWORD size = 0;
   if (!GetTokenInformation(token.get(), TokenElevation, &elevation, sizeof elevation, &size))
@@ -46,15 +47,16 @@ Elevation token_elevation() {
 }
 
 ProcessStart create_process(const std::wstring& application, const std::wstring& command_line,
-                            const std::vector<std::uint16_t>& environment, const std::wstring& directory) {
+                            const std::vector<std::uint16_t>& environment,
+                            const std::wstring& directory) {
   STARTUPINFOW startup{};
   startup.cb = sizeof startup;
   PROCESS_INFORMATION info{};
   std::wstring writable = command_line;  // CreateProcessW may write into its command line
   ProcessStart result;
   void* block = environment.empty() ? nullptr : const_cast<std::uint16_t*>(environment.data());
-  if (CreateProcessW(application.c_str(), writable.data(), nullptr, nullptr, FALSE, CREATE_UNICODE_ENVIRONMENT, block,
-                     directory.c_str(), &startup, &info)) {
+  if (CreateProcessW(application.c_str(), writable.data(), nullptr, nullptr, FALSE,
+                     CREATE_UNICODE_ENVIRONMENT, block, directory.c_str(), &startup, &info)) {
     const win32::UniqueHandle process(info.hProcess);
     const win32::UniqueHandle thread(info.hThread);
     result.started = true;
@@ -69,8 +71,8 @@ ProcessStart start_program(const std::wstring& application, const std::wstring& 
   startup.cb = sizeof startup;
   PROCESS_INFORMATION info{};
   std::wstring writable = command_line;  // CreateProcessW may write into its command line
-  if (!CreateProcessW(application.c_str(), writable.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &startup,
-                      &info))
+  if (!CreateProcessW(application.c_str(), writable.data(), nullptr, nullptr, FALSE, 0, nullptr,
+                      nullptr, &startup, &info))
     return {false, GetLastError()};
   const win32::UniqueHandle process(info.hProcess);
   const win32::UniqueHandle thread(info.hThread);
@@ -91,27 +93,33 @@ bool shell_execute_from_desktop(const std::wstring& file, const std::wstring& ar
   Variant root;
   long hwnd = 0;
   ComPtr<IDispatch> desktop;
-  if (windows->FindWindowSW(&location.v, &root.v, SWC_DESKTOP, &hwnd, SWFO_NEEDDISPATCH, desktop.put()) != S_OK ||
+  if (windows->FindWindowSW(&location.v, &root.v, SWC_DESKTOP, &hwnd, SWFO_NEEDDISPATCH,
+                            desktop.put()) != S_OK ||
       !desktop)
     return false;
 
   ComPtr<IServiceProvider> provider;
-  if (FAILED(desktop->QueryInterface(IID_IServiceProvider, provider.put_void())) || !provider) return false;
+  if (FAILED(desktop->QueryInterface(IID_IServiceProvider, provider.put_void())) || !provider)
+    return false;
   ComPtr<IShellBrowser> browser;
-  if (FAILED(provider->QueryService(SID_STopLevelBrowser, IID_IShellBrowser, browser.put_void())) || !browser)
+  if (FAILED(provider->QueryService(SID_STopLevelBrowser, IID_IShellBrowser, browser.put_void())) ||
+      !browser)
     return false;
   ComPtr<IShellView> view;
   if (FAILED(browser->QueryActiveShellView(view.put())) || !view) return false;
   ComPtr<IDispatch> background;
-  if (FAILED(view->GetItemObject(SVGIO_BACKGROUND, IID_IDispatch, background.put_void())) || !background)
+  if (FAILED(view->GetItemObject(SVGIO_BACKGROUND, IID_IDispatch, background.put_void())) ||
+      !background)
     return false;
   ComPtr<IShellFolderViewDual> folder_view;
-  if (FAILED(background->QueryInterface(IID_IShellFolderViewDual, folder_view.put_void())) || !folder_view)
+  if (FAILED(background->QueryInterface(IID_IShellFolderViewDual, folder_view.put_void())) ||
+      !folder_view)
     return false;
   ComPtr<IDispatch> application;
   if (FAILED(folder_view->get_Application(application.put())) || !application) return false;
   ComPtr<IShellDispatch2> shell;
-  if (FAILED(application->QueryInterface(IID_IShellDispatch2, shell.put_void())) || !shell) return false;
+  if (FAILED(application->QueryInterface(IID_IShellDispatch2, shell.put_void())) || !shell)
+    return false;
 
   const win32::UniqueBstr file_text(SysAllocString(file.c_str()));
   if (!file_text) throw std::bad_alloc();

@@ -34,7 +34,8 @@ typedef enum _WTS_TYPE_CLASS {
 extern "C" {
 DECLSPEC_IMPORT BOOL WINAPI WTSEnumerateProcessesExW(HANDLE hServer, DWORD* pLevel, DWORD SessionId,
                                                      LPWSTR* ppProcessInfo, DWORD* pCount);
-DECLSPEC_IMPORT BOOL WINAPI WTSFreeMemoryExW(WTS_TYPE_CLASS WTSTypeClass, PVOID pMemory, ULONG NumberOfEntries);
+DECLSPEC_IMPORT BOOL WINAPI WTSFreeMemoryExW(WTS_TYPE_CLASS WTSTypeClass, PVOID pMemory,
+                                             ULONG NumberOfEntries);
 }
 #endif
 
@@ -75,8 +76,8 @@ std::optional<std::vector<std::pair<std::uint32_t, std::uint32_t>>> session_reco
   const win32::ScopeExit free_list([&] {
     if (info) WTSFreeMemoryExW(WTSTypeProcessInfoLevel1, info, count);
   });
-  if (!WTSEnumerateProcessesExW(WTS_CURRENT_SERVER_HANDLE, &level, WTS_ANY_SESSION, reinterpret_cast<LPWSTR*>(&info),
-                                &count))
+  if (!WTSEnumerateProcessesExW(WTS_CURRENT_SERVER_HANDLE, &level, WTS_ANY_SESSION,
+                                reinterpret_cast<LPWSTR*>(&info), &count))
     return std::nullopt;
   if (!info) return std::nullopt;
   std::vector<std::pair<std::uint32_t, std::uint32_t>> records;
@@ -103,11 +104,13 @@ std::optional<ProcessIdentity> process_identity(std::uint32_t process_id) {
   if (!QueryFullProcessImageNameW(process.get(), 0, buffer.data(), &size) ||
       !GetProcessTimes(process.get(), &created, &exited, &kernel, &user))
     return std::nullopt;
-  return ProcessIdentity{std::wstring(buffer.data(), size),
-                         (static_cast<std::uint64_t>(created.dwHighDateTime) << 32) | created.dwLowDateTime};
+  return ProcessIdentity{
+      std::wstring(buffer.data(), size),
+      (static_cast<std::uint64_t>(created.dwHighDateTime) << 32) | created.dwLowDateTime};
 }
 
-bool ask_to_close(const std::wstring& file, const std::function<std::vector<RestartProcess>()>& collect) {
+bool ask_to_close(const std::wstring& file,
+                  const std::function<std::vector<RestartProcess>()>& collect) {
   DWORD session = 0;
   WCHAR key[CCH_RM_SESSION_KEY + 1] = {};
   if (RmStartSession(&session, 0, key) != ERROR_SUCCESS) return false;
@@ -115,12 +118,14 @@ bool ask_to_close(const std::wstring& file, const std::function<std::vector<Rest
   const win32::ScopeExit end_session([session] { RmEndSession(session); });
   std::vector<RM_UNIQUE_PROCESS> processes;
   for (const RestartProcess& process : collect()) {
-    FILETIME created{static_cast<DWORD>(process.creation_time), static_cast<DWORD>(process.creation_time >> 32)};
+    FILETIME created{static_cast<DWORD>(process.creation_time),
+                     static_cast<DWORD>(process.creation_time >> 32)};
     processes.push_back({process.id, created});
   }
   LPCWSTR files[] = {file.c_str()};
   if (RmRegisterResources(session, 1, files, static_cast<UINT>(processes.size()),
-                          processes.empty() ? nullptr : processes.data(), 0, nullptr) == ERROR_SUCCESS)
+                          processes.empty() ? nullptr : processes.data(), 0,
+                          nullptr) == ERROR_SUCCESS)
     RmShutdown(session, 0, nullptr);
   return true;
 }

@@ -17,7 +17,8 @@ std::optional<std::wstring> shell_link_raw_target(const std::wstring& link) {
       !shell_link)
     return std::nullopt;
   win32::ComPtr<IPersistFile> file;
-  if (FAILED(shell_link->QueryInterface(IID_IPersistFile, file.put_void())) || !file) return std::nullopt;
+  if (FAILED(shell_link->QueryInterface(IID_IPersistFile, file.put_void())) || !file)
+    return std::nullopt;
   if (FAILED(file->Load(link.c_str(), 0))) return std::nullopt;
   // A link that holds no path leaves the buffer as it was: cleared, so empty.
   std::vector<wchar_t> target(32768, L'\0');

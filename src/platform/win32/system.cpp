@@ -44,10 +44,11 @@ UtcTime utc_time() {
 }
 
 std::uint16_t native_machine() {
-  // Looked up by name: older systems lack it, and a missing export must not stop the launcher loading.
+  // Looked up by name: older systems lack it, and a missing export must not stop the launcher
+  // loading.
   using IsWow64Process2Fn = BOOL(WINAPI*)(HANDLE, USHORT*, USHORT*);
-  const auto query = reinterpret_cast<IsWow64Process2Fn>(
-      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "IsWow64Process2")));
+  const auto query = reinterpret_cast<IsWow64Process2Fn>(reinterpret_cast<void*>(
+      GetProcAddress(GetModuleHandleW(L"kernel32.dll"), "IsWow64Process2")));
   USHORT process = 0, native = 0;
   if (!query || !query(GetCurrentProcess(), &process, &native)) return 0;
   return native;

@@ -90,11 +90,14 @@ SignatureCheck check(const std::wstring& path, HANDLE handle, std::optional<std:
   if (index) result.secondary_signatures = settings.cSecondarySigs;
 
   CRYPT_PROVIDER_DATA* provider = WTHelperProvDataFromStateData(data.hWVTStateData);
-  CRYPT_PROVIDER_SGNR* signer = provider ? WTHelperGetProvSignerFromChain(provider, 0, FALSE, 0) : nullptr;
-  if (!signer || signer->csCertChain < 1 || !signer->pasCertChain || !signer->pasCertChain[0].pCert) return result;
+  CRYPT_PROVIDER_SGNR* signer =
+      provider ? WTHelperGetProvSignerFromChain(provider, 0, FALSE, 0) : nullptr;
+  if (!signer || signer->csCertChain < 1 || !signer->pasCertChain || !signer->pasCertChain[0].pCert)
+    return result;
 
   wchar_t name[512] = {};
-  CertGetNameStringW(signer->pasCertChain[0].pCert, CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, name, 512);
+  CertGetNameStringW(signer->pasCertChain[0].pCert, CERT_NAME_SIMPLE_DISPLAY_TYPE, 0, nullptr, name,
+                     512);
   result.signer_found = true;
   result.signer_name = name;
   return result;
@@ -106,7 +109,8 @@ SignatureCheck check_signature(const std::wstring& path, std::optional<std::uint
   return check(path, nullptr, index);
 }
 
-SignatureCheck check_signature(const OpenFile& file, const std::wstring& path, std::uint32_t index) {
+SignatureCheck check_signature(const OpenFile& file, const std::wstring& path,
+                               std::uint32_t index) {
   return check(path, file.handle.get(), index);
 }
 
