@@ -8,6 +8,7 @@ packages=(
   clang libclang-rt-14-dev
   wine wine64 xvfb xdotool x11-utils imagemagick osslsigncode openssl ca-certificates
   python3 python3-pytest
+  clang-format-16 black shellcheck
 )
 missing=()
 for p in "${packages[@]}"; do

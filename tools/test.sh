@@ -5,6 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 ./tools/ensure-packages.sh
+./tools/check-format.sh
 
 jobs=2
 cmake --preset native >/dev/null
