@@ -4,6 +4,7 @@
 // caller.
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace nv::platform {
@@ -45,15 +46,22 @@ FileHash sha256_file(const OpenFile& file, Sha256Digest& digest);
 
 // ES256: ECDSA on P-256 over a SHA-256 digest. The point is X then Y and the
 // signature r then s, each 32 big-endian bytes. The statuses are NTSTATUS
-// values, negative for a failure; a call not made keeps its failing default.
+// values, negative for a failure. Opening the provider and importing the key
+// come first, apart from the verification, so that a caller can let a missing
+// provider decide before it hashes anything.
 using EcPoint = std::array<std::uint8_t, 64>;
 using EcSignature = std::array<std::uint8_t, 64>;
-struct Es256Check {
-  bool provider = false;  // the ECDSA P-256 provider could be opened
-  std::int32_t import_status = -1;
-  std::int32_t verify_status = -1;  // not tried when the import failed
+struct Es256Key;  // the provider and the imported key, released together
+struct Es256KeyRelease {
+  void operator()(Es256Key* key) const;
 };
-Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest,
-                        const EcSignature& signature);
+struct Es256Open {
+  bool provider = false;                           // the ECDSA P-256 provider could be opened
+  std::int32_t import_status = -1;                 // not tried without a provider
+  std::unique_ptr<Es256Key, Es256KeyRelease> key;  // set when the import succeeded
+};
+Es256Open es256_open(const EcPoint& point);
+std::int32_t es256_verify(const Es256Key& key, const Sha256Digest& digest,
+                          const EcSignature& signature);
 
 }  // namespace nv::platform

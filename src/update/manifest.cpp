@@ -45,15 +45,19 @@ void check_header(const JsonObject& header, const ManifestRules& rules,
   require(signature_size == 64, failure::update_header);
 }
 
+// The provider is opened and the key imported before anything is hashed: when
+// several things are missing, the provider's word is the one that counts.
 void verify_signature(const std::string& signed_data, const std::vector<std::uint8_t>& signature,
                       const ManifestRules& rules) {
   const std::vector<std::uint8_t> point = base64url_decode(rules.public_key);
   require(point.size() == 64, failure::update_public_key);
+  const platform::Es256Open opened = platform::es256_open(as_array<64>(point));
+  require(opened.provider, failure::update_algorithm);
+  require(opened.import_status >= 0, failure::update_signature);
   const auto digest = sha256_bytes(signed_data);
-  const platform::Es256Check check =
-      platform::es256_verify(as_array<64>(point), as_array<32>(digest), as_array<64>(signature));
-  require(check.provider, failure::update_algorithm);
-  require(check.import_status >= 0 && check.verify_status >= 0, failure::update_signature);
+  const std::int32_t status =
+      platform::es256_verify(*opened.key, as_array<32>(digest), as_array<64>(signature));
+  require(status >= 0, failure::update_signature);
 }
 
 }  // namespace

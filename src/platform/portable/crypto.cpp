@@ -277,13 +277,18 @@ FileHash sha256_file(const OpenFile& file, Sha256Digest& digest) {
   return sha256_of_stream(file.stream, digest);
 }
 
-Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest,
-                        const EcSignature& signature) {
-  Es256Check check;
+struct Es256Key {
+  std::unique_ptr<EVP_PKEY, FreeKeyFn> key;
+};
+
+void Es256KeyRelease::operator()(Es256Key* key) const { delete key; }
+
+Es256Open es256_open(const EcPoint& point) {
+  Es256Open opened;
   std::unique_ptr<EVP_PKEY_CTX, FreeKeyContextFn> maker(
       EVP_PKEY_CTX_new_from_name(nullptr, "EC", nullptr));
-  if (!maker || EVP_PKEY_fromdata_init(maker.get()) != 1) return check;
-  check.provider = true;
+  if (!maker || EVP_PKEY_fromdata_init(maker.get()) != 1) return opened;
+  opened.provider = true;
 
   // The uncompressed encoding 04 || X || Y; OpenSSL refuses a point off the curve.
   unsigned char encoded[65] = {0x04};
@@ -296,10 +301,15 @@ Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest,
   EVP_PKEY* made = nullptr;
   const bool imported = EVP_PKEY_fromdata(maker.get(), &made, EVP_PKEY_PUBLIC_KEY,
                                           const_cast<OSSL_PARAM*>(params)) == 1;
-  std::unique_ptr<EVP_PKEY, FreeKeyFn> key(made);
-  check.import_status = imported ? 0 : status_invalid_parameter;
-  if (!imported) return check;
+  auto held = std::make_unique<Es256Key>();
+  held->key.reset(made);
+  opened.import_status = imported ? 0 : status_invalid_parameter;
+  if (imported) opened.key.reset(held.release());
+  return opened;
+}
 
+std::int32_t es256_verify(const Es256Key& key, const Sha256Digest& digest,
+                          const EcSignature& signature) {
   // OpenSSL wants the signature in DER.
   std::unique_ptr<ECDSA_SIG, FreeSignatureFn> pair(ECDSA_SIG_new());
   BIGNUM* r = BN_bin2bn(signature.data(), 32, nullptr);
@@ -307,19 +317,17 @@ Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest,
   if (!pair || !r || !s || ECDSA_SIG_set0(pair.get(), r, s) != 1) {
     BN_free(r);
     BN_free(s);
-    check.verify_status = status_invalid_signature;
-    return check;
+    return status_invalid_signature;
   }
   unsigned char* der = nullptr;
   const int der_length = i2d_ECDSA_SIG(pair.get(), &der);
   std::unique_ptr<EVP_PKEY_CTX, FreeKeyContextFn> verifier(
-      EVP_PKEY_CTX_new_from_pkey(nullptr, key.get(), nullptr));
+      EVP_PKEY_CTX_new_from_pkey(nullptr, key.key.get(), nullptr));
   const bool verified = der_length > 0 && verifier && EVP_PKEY_verify_init(verifier.get()) == 1 &&
                         EVP_PKEY_verify(verifier.get(), der, static_cast<std::size_t>(der_length),
                                         digest.data(), digest.size()) == 1;
   OPENSSL_free(der);
-  check.verify_status = verified ? 0 : status_invalid_signature;
-  return check;
+  return verified ? 0 : status_invalid_signature;
 }
 
 }  // namespace nv::platform

@@ -148,29 +148,38 @@ FileHash sha256_file(const OpenFile& file, Sha256Digest& digest) {
   return sha256_of_handle(file.handle.get(), digest);
 }
 
-Es256Check es256_verify(const EcPoint& point, const Sha256Digest& digest,
-                        const EcSignature& signature) {
-  Es256Check check;
+struct Es256Key {
   UniqueAlgorithm algorithm;
-  if (!succeeded(
-          BCryptOpenAlgorithmProvider(algorithm.put(), BCRYPT_ECDSA_P256_ALGORITHM, nullptr, 0)))
-    return check;
-  check.provider = true;
+  UniqueKey key;
+};
+
+void Es256KeyRelease::operator()(Es256Key* key) const { delete key; }
+
+Es256Open es256_open(const EcPoint& point) {
+  Es256Open opened;
+  auto held = std::make_unique<Es256Key>();
+  if (!succeeded(BCryptOpenAlgorithmProvider(held->algorithm.put(), BCRYPT_ECDSA_P256_ALGORITHM,
+                                             nullptr, 0)))
+    return opened;
+  opened.provider = true;
 
   // ECCPUBLICBLOB: magic "ECS1" and key length 32, little-endian, then X and Y.
   const BCRYPT_ECCKEY_BLOB head{BCRYPT_ECDSA_PUBLIC_P256_MAGIC, 32};
   std::array<UCHAR, sizeof head + 64> blob{};
   std::memcpy(blob.data(), &head, sizeof head);
   std::memcpy(blob.data() + sizeof head, point.data(), point.size());
-  UniqueKey key;
-  check.import_status =
-      BCryptImportKeyPair(algorithm.get(), nullptr, BCRYPT_ECCPUBLIC_BLOB, key.put(), blob.data(),
-                          static_cast<ULONG>(blob.size()), 0);
-  if (!succeeded(check.import_status)) return check;
-  check.verify_status = BCryptVerifySignature(
-      key.get(), nullptr, const_cast<PUCHAR>(digest.data()), static_cast<ULONG>(digest.size()),
+  opened.import_status =
+      BCryptImportKeyPair(held->algorithm.get(), nullptr, BCRYPT_ECCPUBLIC_BLOB, held->key.put(),
+                          blob.data(), static_cast<ULONG>(blob.size()), 0);
+  if (succeeded(opened.import_status)) opened.key.reset(held.release());
+  return opened;
+}
+
+std::int32_t es256_verify(const Es256Key& key, const Sha256Digest& digest,
+                          const EcSignature& signature) {
+  return BCryptVerifySignature(
+      key.key.get(), nullptr, const_cast<PUCHAR>(digest.data()), static_cast<ULONG>(digest.size()),
       const_cast<PUCHAR>(signature.data()), static_cast<ULONG>(signature.size()), 0);
-  return check;
 }
 
 }  // namespace nv::platform
