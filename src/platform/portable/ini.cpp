@@ -4,7 +4,7 @@
 #include "platform/ini.h"
 
 #include <fstream>
-#include <iterator>
+#include <cstdint>
 #include <vector>
 
 #include "platform/portable/native_path.h"
@@ -17,12 +17,18 @@ struct Text {
   std::vector<std::wstring> lines;
 };
 
-bool load(const std::wstring& path, Text& text) {
+// False for a missing file, and for one over `limit` bytes.
+bool load(const std::wstring& path, Text& text, std::uint64_t limit) {
   std::error_code error;
   if (!std::filesystem::is_regular_file(portable::to_native(path), error)) return false;
   std::ifstream in(portable::to_native(path), std::ios::binary);
   if (!in) return false;
-  std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  // One byte more than the limit tells a file over it, without reading the rest.
+  std::string bytes;
+  char chunk[65536];
+  while (bytes.size() <= limit && in.read(chunk, sizeof chunk).gcount() > 0)
+    bytes.append(chunk, static_cast<std::size_t>(in.gcount()));
+  if (bytes.size() > limit) return false;
   std::wstring all;
   if (bytes.size() >= 2 && static_cast<unsigned char>(bytes[0]) == 0xFF &&
       static_cast<unsigned char>(bytes[1]) == 0xFE) {
@@ -104,7 +110,7 @@ bool key_line(const std::wstring& line, std::wstring& key, std::wstring& value) 
 std::wstring read_profile_string(const std::wstring& path, const std::wstring& section,
                                  const std::wstring& key) {
   Text text;
-  if (!load(path, text)) return {};
+  if (!load(path, text, profile_file_limit)) return {};
   bool inside = false;
   for (const auto& line : text.lines) {
     std::wstring name, k, v;
@@ -127,7 +133,8 @@ bool write_profile_string(const std::wstring& path, const std::wstring& section,
   Text text;
   std::error_code error;
   if (std::filesystem::is_directory(portable::to_native(path), error)) return false;
-  load(path, text);
+  // The writer keeps whatever the file holds, as the Windows one does.
+  load(path, text, UINT64_MAX);
   std::size_t insert_at = std::wstring::npos;
   bool inside = false;
   for (std::size_t i = 0; i < text.lines.size(); ++i) {
