@@ -1,5 +1,6 @@
-"""DLL planting: a DLL beside the launcher, named like a library it uses, is never loaded. Wine is told to prefer
-a native DLL of those names over its own, as Windows does for a library that is not a Known DLL."""
+"""DLL planting: a DLL beside the launcher, named like a library it uses, is never loaded. Wine is
+told to prefer a native DLL of those names over its own, as Windows does for a library that is not
+a Known DLL."""
 import shutil
 from dataclasses import dataclass, field
 from pathlib import Path
@@ -11,8 +12,10 @@ from harness import CASES, EXIT, FIXTURES, SENTENCE, WINE_ENV, Install, environm
 from harness import release_manifest, update_host, wine, win
 from harness import make_install, session_keeper  # noqa: F401  (fixtures)
 
-# version.dll is left out under Wine: Wine 8's own user32.dll imports it, and Wine resolves that import against
-# the program's folder before the program's first line (on Windows user32 is a Known DLL, whose imports come
+# version.dll is left out under Wine: Wine 8's own user32.dll imports it, and Wine resolves that
+# import against
+# the program's folder before the program's first line (on Windows user32 is a Known DLL, whose
+# imports come
 # from System32). The planted copy then also answers the launcher's own later load of that name.
 # check-product.sh still holds version.dll out of the launcher's start-time imports.
 PLANTED = ("bcrypt", "crypt32", "rstrtmgr", "winhttp", "wintrust", "wtsapi32")
@@ -23,7 +26,8 @@ QUESTION = SENTENCE.update_question_lead + "2.1.0" + SENTENCE.update_question
 
 
 def planted(install: Install) -> Install:
-    """`install` with a marker beside its launcher under each planted name, its build tested and due a check."""
+    """`install` with a marker beside its launcher under each planted name, its build tested and due
+    a check."""
     for name in PLANTED:
         shutil.copy2(MARKER, install.tenebrix / f"{name}.dll")
     install.mark_tested()
@@ -53,7 +57,8 @@ class Run:
 RUNS = [
     Run("dark-launch", lambda i: ("--paltalk", win(i.host), "--desktop-launch"), starts_host=True),
     Run(
-        "feed-check",  # hands off to a second start through Wine's desktop shell, which starts the host
+        # hands off to a second start through Wine's desktop shell, which starts the host
+        "feed-check",
         lambda i: ("--paltalk", win(i.host)),
         offers_update=True,
         answers=("n",),
@@ -88,9 +93,9 @@ def test_no_planted_library_is_loaded(make_install, row):
 
 
 def test_a_static_import_loads_every_planted_marker(make_install):
-    """The check above can fail: a program beside the same markers that imports the libraries the ordinary
-    way loads each of them. (Wine, unlike Windows, lets the functions the marker lacks through as stubs.)
-    """
+    """The check above can fail: a program beside the same markers that imports the libraries the
+    ordinary way loads each of them. (Wine, unlike Windows, lets the functions the marker lacks
+    through as stubs.)"""
     install = planted(make_install())
     program = shutil.copy2(FIXTURES / "planting" / STATIC_IMPORT, install.tenebrix)
     log = install.root / "static-import.log"
