@@ -13,11 +13,10 @@ from harness import release_manifest, update_host, wine, win
 from harness import make_install, session_keeper  # noqa: F401  (fixtures)
 
 # version.dll is left out under Wine: Wine 8's own user32.dll imports it, and Wine resolves that
-# import against
-# the program's folder before the program's first line (on Windows user32 is a Known DLL, whose
-# imports come
-# from System32). The planted copy then also answers the launcher's own later load of that name.
-# check-product.sh still holds version.dll out of the launcher's start-time imports.
+# import against the program's folder before the program's first line (on Windows user32 is a Known
+# DLL, whose imports come from System32). The planted copy then also answers the launcher's own
+# later load of that name. check-product.sh still holds version.dll out of the launcher's
+# start-time imports.
 PLANTED = ("bcrypt", "crypt32", "rstrtmgr", "winhttp", "wintrust", "wtsapi32")
 NATIVE_FIRST = {"WINEDLLOVERRIDES": WINE_ENV["WINEDLLOVERRIDES"] + ";" + ",".join(PLANTED) + "=n,b"}
 MARKER, STATIC_IMPORT = FIXTURES / "planting" / "nv-marker.dll", "nv-static-import.exe"

@@ -1,7 +1,6 @@
 #!/usr/bin/env bash
 # The release preset refuses a key anyone could sign with, and says what to pass; a fresh key, or
-# the
-# test key with a test host, configures.
+# the test key with a test host, configures.
 set -euo pipefail
 root=$(realpath "$(dirname "$0")/../..")
 tmp=$(mktemp -d)

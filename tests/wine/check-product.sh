@@ -1,9 +1,7 @@
 #!/usr/bin/env bash
 # The shipped launcher: stripped, at most 1 MiB, importing at start only Known DLLs (which Windows
-# maps
-# from System32 whatever lies beside the exe; every other library is delay-loaded), and restricting
-# its
-# DLL search to System32.
+# maps from System32 whatever lies beside the exe; every other library is delay-loaded), and
+# restricting its DLL search to System32.
 set -euo pipefail
 size=$(stat -c %s "$1")
 echo "NightveilMode.exe: $size bytes"
