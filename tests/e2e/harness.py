@@ -50,7 +50,7 @@ EXIT = SimpleNamespace(
     **{
         name: int(code)
         for name, code in re.findall(
-            r"int (\w+) = (\d+);", (_CATALOGUES / "exit_code.h").read_text()
+            r"int (\w+) =\s*(\d+);", (_CATALOGUES / "exit_code.h").read_text()
         )
     }
 )

@@ -20,6 +20,16 @@ static_assert(http_notice::handle_closing == WINHTTP_CALLBACK_STATUS_HANDLE_CLOS
 // Every completion, and the creation and closing of handles.
 constexpr DWORD callback_mask = 0x097E0C00;
 
+// WinHTTP loads crypt32 late, by its bare name, for its first TLS handshake. Windows searches
+// that load where wWinMain's default DLL directories say (System32); Wine 8 looks in the
+// program's folder first, where a planted crypt32.dll would run. Loaded from System32 before the
+// first WinHTTP call, the copy already in the process answers that load wherever it would look.
+// It stays loaded until the process ends.
+void load_tls_libraries() {
+  static const win32::UniqueLibrary crypt32(
+      LoadLibraryExW(L"crypt32.dll", nullptr, LOAD_LIBRARY_SEARCH_SYSTEM32));
+}
+
 }  // namespace
 
 void HttpClose::operator()(void* handle) const {
@@ -27,6 +37,7 @@ void HttpClose::operator()(void* handle) const {
 }
 
 HttpHandle http_open(const std::wstring& user_agent, bool async) {
+  load_tls_libraries();
   return HttpHandle(WinHttpOpen(user_agent.c_str(), WINHTTP_ACCESS_TYPE_AUTOMATIC_PROXY,
                                 WINHTTP_NO_PROXY_NAME, WINHTTP_NO_PROXY_BYPASS,
                                 async ? WINHTTP_FLAG_ASYNC : 0));
