@@ -4,7 +4,6 @@ import getpass, hashlib, json, re, socket  # noqa: E401
 import pytest
 
 from harness import EXIT, FIXTURES, ROOT, SENTENCE, win, xdo
-from harness import install, make_install, session_keeper  # noqa: F401  (fixtures)
 
 VERSION = re.search(r'NV_LAUNCHER_VERSION "([^"]+)"', (ROOT / "CMakeLists.txt").read_text())[1]
 LINES = (

@@ -17,7 +17,6 @@ from harness import (
     record,
 )
 from harness import release_manifest, start, update_host, wait_for, win
-from harness import install, make_install, session_keeper  # noqa: F401  (fixtures)
 
 FEED, DUAL, DAY = (
     "/downloads/updates/stable/latest.jws",
