@@ -14,12 +14,18 @@ black --check --quiet "${python[@]}"
 shellcheck -x -P SCRIPTDIR "${shell[@]}"
 
 # The fuzz corpus is data. A C++ table kept by `// clang-format off` may run longer when a comment
-# on that line says why: those lines are between the markers.
-mapfile -t sources < <(git ls-files src tests tools bench ':!:tests/fuzz/corpus')
-awk -v limit=100 '
-  FNR == 1 { kept = 0 }
-  /clang-format off/ { kept = 1 }
-  /clang-format on/ { kept = 0 }
-  !kept && length($0) > limit { printf "%s:%d: %d columns\n", FILENAME, FNR, length($0); long = 1 }
-  END { exit long }
-' "${sources[@]}"
+# on that line says why: those lines are between the markers. Columns are characters, as
+# clang-format counts them.
+git ls-files -z src tests tools bench ':!:tests/fuzz/corpus' | python3 -c '
+import re, sys
+long = False
+for name in sys.stdin.read().split("\0")[:-1]:
+    kept = False
+    for number, line in enumerate(open(name, encoding="utf-8", errors="replace"), 1):
+        if re.match(r"\s*// clang-format (off|on)", line):
+            kept = "off" in line
+        elif not kept and len(line.rstrip("\n")) > 100:
+            print(f"{name}:{number}: {len(line.rstrip(chr(10)))} columns")
+            long = True
+sys.exit(long)
+'
