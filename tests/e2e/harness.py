@@ -135,10 +135,13 @@ def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
     """Waits for `proc`, answering each dialog it shows by the next of `answers`."""
     pending = [Answer(key=a) if isinstance(a, str) else a for a in answers]
     shots = []
+    # A search of X windows may come back empty while windows come and go: a dialog once answered
+    # that still shows is not taken for the next one.
+    answered = set()
     while proc.poll() is None:
         answer = pending[0] if pending else UNEXPECTED
         title = answer.title
-        windows = xdo(
+        found = xdo(
             "search",
             "--all",
             "--onlyvisible",
@@ -147,9 +150,10 @@ def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
             "--name",
             f"^{re.escape(title)}$",
         )
+        windows = [window for window in found if window not in answered]
 
-        def closed():
-            return windows[0] not in xdo("search", "--onlyvisible", "--name", title)
+        def closed():  # every window found is gone: a dialog may show more than one
+            return not set(windows) & set(xdo("search", "--onlyvisible", "--name", title))
 
         if time.monotonic() > deadline or windows:
             time.sleep(0.3)  # let it paint
@@ -158,6 +162,7 @@ def _drive(proc, answers, deadline: float, label: str) -> list[Path]:
             assert time.monotonic() <= deadline, f"{label} did not finish in time: {shots[-1]}"
             assert answer is not UNEXPECTED, f"{label} showed an unexpected dialog: {shots[-1]}"
             pending.pop(0)
+            answered.update(windows)
             if answer.closes_by_itself:
                 assert wait_for(closed, 60), shots[-1]
                 continue
