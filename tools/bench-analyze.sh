@@ -14,7 +14,8 @@ cd "$(dirname "$0")/.."
 windows=${NV_WINDOWS_BUILD:-build/windows}
 launcher=$windows/NightveilMode.exe
 fixtures=$windows/tests/fixtures/files
-if [ ! -f "$launcher" ] || [ ! -f "$fixtures/Paltalk.exe" ] || [ ! -f "$fixtures/qt-6.11.1.0/Qt6Core.dll" ]; then
+if [ ! -f "$launcher" ] || [ ! -f "$fixtures/Paltalk.exe" ] ||
+  [ ! -f "$fixtures/qt-6.11.1.0/Qt6Core.dll" ]; then
   echo "probe under Wine: skipped (no Windows build with fixtures at $windows)"
 else
   work=$(mktemp -d)
@@ -28,21 +29,25 @@ else
   pad "$fixtures/qt-6.11.1.0/Qt6Core.dll" "$work/Paltalk/Qt6Core.dll" 7M
   pad "$fixtures/qt-6.11.1.0/Qt6Gui.dll" "$work/Paltalk/Qt6Gui.dll" 9M
   pad "$fixtures/qt-6.11.1.0/Qt6Widgets.dll" "$work/Paltalk/Qt6Widgets.dll" 6M
-  hashes=$(cd "$work/Paltalk" && sha256sum Paltalk.exe Qt6Core.dll Qt6Gui.dll Qt6Widgets.dll | cut -d' ' -f1 | paste -sd'|')
+  hashes=$(cd "$work/Paltalk" && sha256sum Paltalk.exe Qt6Core.dll Qt6Gui.dll Qt6Widgets.dll |
+    cut -d' ' -f1 | paste -sd'|')
   printf '[Tested]\r\nHashes=%s\r\n' "$hashes" >"$work/Tenebrix/compatibility.ini"
 
   winpath() { echo "Z:${1//\//\\}"; }
   probe() {
     local start end code=0
     start=$(date +%s%N)
-    tests/wine/wine-run.sh "$work/Tenebrix/NightveilMode.exe" --probe --paltalk "$(winpath "$1")" </dev/null >/dev/null 2>&1 ||
-      code=$?
+    tests/wine/wine-run.sh "$work/Tenebrix/NightveilMode.exe" --probe --paltalk "$(winpath "$1")" \
+      </dev/null >/dev/null 2>&1 || code=$?
     end=$(date +%s%N)
     echo "$(((end - start) / 1000000)) ms, exit $code"
   }
   # One wineserver for both runs, so that neither pays for starting it.
   # Its output goes nowhere: a lingering wineserver must not hold this script's pipe.
-  (. tests/wine/env.sh && tests/wine/make-prefix.sh >/dev/null && { wineserver -p 30 </dev/null >/dev/null 2>&1 || true; })
+  (
+    . tests/wine/env.sh && tests/wine/make-prefix.sh >/dev/null &&
+      { wineserver -p 30 </dev/null >/dev/null 2>&1 || true; }
+  )
   echo "probe under Wine, host missing (nothing hashed): $(probe "$work/Paltalk/Missing.exe")"
   echo "probe under Wine, recognized installation:       $(probe "$work/Paltalk/Paltalk.exe")"
 fi

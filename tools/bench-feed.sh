@@ -2,8 +2,8 @@
 # Times the feed fetch under Wine on the real WinHTTP against the local update
 # host: a server that trickles, one that accepts and never answers, and a
 # refused connection, each timed by the probe's steady clock from its start
-# line to its answer. Ends with "ratio R", R = the longest of the three / 3,000 ms (goal
-# 1.03 or less; a refused connection well under 100 ms). Builds the Windows
+# line to its answer. Ends with "ratio R", R = the longest of the three / 3,000 ms
+# (goal 1.03 or less; a refused connection well under 100 ms). Builds the Windows
 # preset, and maps the update host for the run and unmaps it after (root).
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -18,7 +18,11 @@ import sys
 sys.path.insert(0, "tests/e2e")
 from test_feed import FEED, run  # prepares Wine and checks the host name
 
-cases = {"trickle": {FEED: {"size": 16384, "piece": 1, "pause": 0.1}}, "silent": {FEED: {"silent": True}}, "refused": None}
+cases = {
+    "trickle": {FEED: {"size": 16384, "piece": 1, "pause": 0.1}},
+    "silent": {FEED: {"silent": True}},
+    "refused": None,
+}
 longest = {}
 for name, routes in cases.items():
     runs = []

@@ -1,15 +1,18 @@
 #!/usr/bin/env bash
-# Non-blank lines of the product (what under src/ is built into
-# NightveilMode.exe: everything but the native build's portable backend) and of
-# the tests (everything under tests/: test doubles, fixtures, harnesses and
-# scripts included; the benchmarks live in bench/ and do not count).
+# The owner's measure of the tests: non-blank lines of the tests (everything under tests/ but the
+# fuzz corpus and binary files) and of the code (src/ and tools/), and the tests' share of all of
+# it, tests / (tests + code). Each file is counted on its own, so a last line without a newline
+# still counts once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-count() { if [ $# -eq 0 ]; then echo 0; else cat "$@" | grep -cv '^[[:space:]]*$' || true; fi; }
-mapfile -t product < <(find src -type f \( -name '*.cpp' -o -name '*.h' \) -not -path 'src/platform/portable/*' | sort)
-mapfile -t tests < <(find tests -type f | sort)
-p=$(count "${product[@]}")
-t=$(count "${tests[@]}")
-echo "product $p"
-echo "tests   $t"
-awk -v t="$t" -v p="$p" 'BEGIN { printf "ratio   %.2f\n", t / p }'
+# Non-blank lines of the text files among the named ones (binary files count nothing).
+count() {
+  find "$@" -type f -print0 | sort -z | while IFS= read -r -d '' file; do
+    if grep -Iq . "$file"; then awk '/[^[:space:]]/ { n++ } END { print n + 0 }' "$file"; fi
+  done | awk '{ sum += $1 } END { print sum + 0 }'
+}
+tests=$(count tests -path tests/fuzz/corpus -prune -o)
+code=$(count src tools)
+echo "tests $tests"
+echo "code  $code"
+awk -v t="$tests" -v c="$code" 'BEGIN { printf "share %.2f\n", t / (t + c) }'

@@ -1,10 +1,15 @@
 """Support and recovery under Wine: the closed report, and the dialog driven by keys."""
-import getpass, hashlib, json, re, socket  # noqa: E401
+
+import getpass
+import hashlib
+import json
+import re
+import socket
+from dataclasses import dataclass
 
 import pytest
 
-from harness import EXIT, FIXTURES, ROOT, SENTENCE, win, xdo
-from harness import install, make_install, session_keeper  # noqa: F401  (fixtures)
+from harness import EXIT, FIXTURES, ROOT, SENTENCE, Answer, win, xdo
 
 VERSION = re.search(r'NV_LAUNCHER_VERSION "([^"]+)"', (ROOT / "CMakeLists.txt").read_text())[1]
 LINES = (
@@ -30,7 +35,8 @@ UNAVAILABLE = {
 
 
 def read_report(path, install, **values) -> None:
-    """Checks the report at `path`: the closed layout, and exactly the keys in their order with `values`."""
+    """Checks the report at `path`: the closed layout, and exactly the keys in their order, with
+    `values`."""
     text = path.read_bytes().decode("ascii")  # no byte-order mark, nothing but ASCII
     lines = text.split("\n")
     assert "\r" not in text and " " not in text and lines[0] == "{" and lines[8:] == ["}", ""], text
@@ -45,9 +51,10 @@ def read_report(path, install, **values) -> None:
         ":\\\\",
     ):
         assert private.lower() not in text.lower(), private
-    ordered = lambda pairs: {
-        k: ordered(v) if isinstance(v, list) else v for k, v in pairs
-    }  # noqa: E731
+
+    def ordered(pairs):
+        return {k: ordered(v) if isinstance(v, list) else v for k, v in pairs}
+
     report = ordered(json.loads(text, object_pairs_hook=list, parse_constant=pytest.fail))
     versions = report["versions"]
     assert re.fullmatch(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", report["generatedUtc"]), report[
@@ -57,10 +64,8 @@ def read_report(path, install, **values) -> None:
         (int, int),
         (int, type(None)),
     )
-    v = {
-        "elevated": True,
-        "browserDarkEnabled": True,
-    } | values  # every token reads as elevated under Wine
+    # Every token reads as elevated under Wine.
+    v = {"elevated": True, "browserDarkEnabled": True} | values
     expected = {
         "schemaVersion": 1,
         "generatedUtc": report["generatedUtc"],
@@ -82,7 +87,7 @@ def read_report(path, install, **values) -> None:
     assert json.dumps(report) == json.dumps(expected)  # the order of keys included
 
 
-def record(path, signature: str = "unsigned", code: int = 2148204800) -> dict:
+def package_entry(path, signature: str = "unsigned", code: int = 2148204800) -> dict:
     return {
         "present": True,
         "sha256": hashlib.sha256(path.read_bytes()).hexdigest(),
@@ -91,11 +96,12 @@ def record(path, signature: str = "unsigned", code: int = 2148204800) -> dict:
     }
 
 
-def test_report_with_and_without_a_host(make_install):
+def test_report_with_a_host(make_install):
     themed = make_install()
     themed.mark_tested()
     plugin = themed.tenebrix / "plugins" / "styles" / "Nightveil.dll"
     plugin.write_bytes((FIXTURES / "signed" / "Qt6Core.dll").read_bytes())  # signed by the test PKI
+    # "Normal" is not a mode the launcher writes: the report names none.
     (themed.tenebrix / "last-status.ini").write_text(
         "[Launch]\nOperation=create-process\nError=5\nMode=Normal\n"
     )
@@ -116,14 +122,16 @@ def test_report_with_and_without_a_host(make_install):
         themeLoaded="no",
         webViewProcesses=0,
         package={
-            "launcher": record(themed.launcher),
-            "plugin": record(plugin, "valid-offline", 0),
+            "launcher": package_entry(themed.launcher),
+            "plugin": package_entry(plugin, "valid-offline", 0),
             "uninstaller": MISSING,
         },
         lastOperation={"operation": "create-process", "errorCode": 5},
     )
 
-    bare = make_install("-bare")
+
+def test_report_without_a_host(make_install):
+    bare = make_install()
     target = bare.root / "report.json"
     assert bare.run("--support-report", win(target), "--browser-dark", "off")[:2] == (EXIT.done, [])
     read_report(
@@ -133,28 +141,22 @@ def test_report_with_and_without_a_host(make_install):
         browserDarkEnabled=False,
         lastOperation={"operation": None, "errorCode": None},
         package={
-            "launcher": record(bare.launcher),
-            "plugin": record(bare.tenebrix / "plugins" / "styles" / "Nightveil.dll"),
+            "launcher": package_entry(bare.launcher),
+            "plugin": package_entry(bare.tenebrix / "plugins" / "styles" / "Nightveil.dll"),
             "uninstaller": MISSING,
         },
     )
 
 
-DIALOG = (
-    SENTENCE.support_title
-)  # closed by its Close button (Alt+C): Wine's task dialog ignores Escape
+# Closed by its Close button (Alt+C): Wine's task dialog ignores Escape.
+DIALOG = SENTENCE.support_title
 
 
 def tick_box(window: str) -> None:
-    """Clicks the check box at the dialog's lower left (Wine's check box ignores a typed space), then moves
-    the focus back to the second command link."""
-    xdo(
-        "mousemove",
-        "--window",
-        window,
-        "20",
-        str(int(xdo("getwindowgeometry", window)[-1].split("x")[1]) - 28),
-    )
+    """Clicks the check box at the dialog's lower left (Wine's check box ignores a typed space),
+    then moves the focus back to the second command link."""
+    height = int(xdo("getwindowgeometry", window)[-1].split("x")[1])
+    xdo("mousemove", "--window", window, "20", str(height - 28))
     xdo("click", "1")
     xdo("key", "shift+Tab", "shift+Tab")
 
@@ -164,18 +166,20 @@ def test_dialog_saves_applies_and_starts_the_host_plainly(install):
     install.mark_tested()
     (install.tenebrix / "settings.ini").write_text("[Appearance]\nBrowserDark=0\n")
     target = install.root / "saved.json"
-    replace_name = lambda _: (
-        xdo("key", "End", "shift+Home"),
-        xdo("type", win(target)),
-    )  # noqa: E731
+
+    def replace_name(_):
+        xdo("key", "End", "shift+Home")
+        xdo("type", win(target))
+
+    save = SENTENCE.save_report_title
     answers = (
-        ("Return", DIALOG, tick_box),
-        ("Escape", SENTENCE.save_report_title, ""),  # saves nothing
-        ("Return", DIALOG, "\t"),
-        ("Return", SENTENCE.save_report_title, replace_name),
-        ("Return", DIALOG, "\t\t"),  # applies the box as left
-        ("Return", DIALOG, ""),
-    )  # starts the host
+        Answer("Return", title=DIALOG, act=tick_box),
+        Answer("Escape", title=save),  # saves nothing
+        Answer("Return", title=DIALOG, typed="\t"),
+        Answer("Return", title=save, act=replace_name),
+        Answer("Return", title=DIALOG, typed="\t\t"),  # applies the box as left
+        Answer("Return", title=DIALOG),  # starts the host
+    )
     code, messages, shots = install.run(
         "--support", "--paltalk", win(install.host), answers=answers
     )
@@ -183,29 +187,36 @@ def test_dialog_saves_applies_and_starts_the_host_plainly(install):
     assert install.ini("settings.ini") == {"Appearance": {"BrowserDark": "1"}}
     assert [p.name for p in install.root.rglob("*.json")] == ["saved.json"]
     assert json.loads(target.read_text())["versions"]["paltalk"] == "1.34.7.0"
-    assert (
-        install.record().command_line == f'"{win(install.host)}"'
-    )  # through the shell, as --original
+    # Through the shell, as --original.
+    assert install.record().command_line == f'"{win(install.host)}"'
 
 
-@pytest.mark.parametrize(
-    "sentence",
-    [SENTENCE.exit_before_plain_start, SENTENCE.plain_start_failed],
-    ids=["running", "start-failed"],
-)
-def test_dialog_stays_open_after_a_message(install, sentence):
-    if running := sentence == SENTENCE.exit_before_plain_start:
+@dataclass(frozen=True)
+class Refusal:
+    name: str
+    message: str
+    host_running: bool = False  # a host runs; otherwise the host file is no program
+
+
+REFUSALS = [
+    Refusal("running", SENTENCE.exit_before_plain_start, host_running=True),
+    Refusal("start-failed", SENTENCE.plain_start_failed),
+]
+
+
+@pytest.mark.parametrize("row", REFUSALS, ids=lambda row: row.name)
+def test_dialog_stays_open_after_a_message(install, row):
+    if row.host_running:
         (install.paltalk / "host-control.ini").write_text("[Host]\nStaySeconds=120\n")
-        assert (
-            install.run("--desktop-launch", "--original", "--paltalk", win(install.host))[0]
-            == EXIT.done
-        )
+        started = install.run("--desktop-launch", "--original", "--paltalk", win(install.host))
+        assert started[0] == EXIT.done
         first = install.record().pid
     else:
         install.host.write_text("not a program")
-    answers = (("Return", DIALOG, ""), "Return", ("alt+c", DIALOG, ""))
+    answers = (Answer("Return", title=DIALOG), "Return", Answer("alt+c", title=DIALOG))
     code, messages, shots = install.run(
         "--support", "--desktop-launch", "--paltalk", win(install.host), answers=answers
     )
-    assert (code, messages, len(shots)) == (EXIT.done, [sentence], 3)
-    assert not running or install.record().pid == first  # no second host
+    assert (code, messages, len(shots)) == (EXIT.done, [row.message], 3)
+    if row.host_running:
+        assert install.record().pid == first  # no second host

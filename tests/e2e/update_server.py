@@ -1,18 +1,26 @@
-"""update_server.py SCRIPT LOG CERT KEY LIFETIME: the tests' update host on 127.0.0.1:443, logging "<unix time> <path>"
-per request, printing "ready" once it listens, gone after LIFETIME s; the port is the machine's: it holds LOCK.
-SCRIPT: {"refuse": bool (listen on nothing), "routes": {PATH: ROUTE}}; a ROUTE answers "status" (200) with "size"
-made-up bytes or those of "file", a "location", "piece" bytes at a time "pause" s apart; "silent": no answer."""
-import fcntl, json, os, signal, ssl, sys, threading, time  # noqa: E401
+"""update_server.py SCRIPT LOG CERT KEY LIFETIME: the tests' update host on 127.0.0.1:443.
+
+It logs "<unix time> <path>" per request to LOG, prints "ready" once it listens, and is gone after
+LIFETIME seconds. The port is the machine's: it holds LOCK while it runs.
+
+SCRIPT is JSON: {"refuse": bool (listen on nothing), "routes": {PATH: ROUTE}}. A ROUTE answers
+"status" (200) with "size" made-up bytes or those of "file", a "location", "piece" bytes at a time
+"pause" seconds apart; "silent": no answer at all.
+"""
+
+import fcntl
+import json
+import os
+import signal
+import ssl
+import sys
+import threading
+import time
 from http.server import BaseHTTPRequestHandler, ThreadingHTTPServer
 
 LOCK = "/tmp/nv-update-server.lock"
-script, log, cert, key, lifetime = (
-    sys.argv[1],
-    sys.argv[2],
-    sys.argv[3],
-    sys.argv[4],
-    float(sys.argv[5]),
-)
+script, log, cert, key = sys.argv[1:5]
+lifetime = float(sys.argv[5])
 
 
 class Handler(BaseHTTPRequestHandler):
@@ -38,14 +46,15 @@ class Handler(BaseHTTPRequestHandler):
             time.sleep(route.get("pause", 0))
 
     def log_message(self, *_):
-        pass  # noqa: E704
+        pass  # the log above is the one the tests read
 
 
 class Server(ThreadingHTTPServer):
     daemon_threads = True
 
     def finish_request(self, request, client_address):
-        try:  # the handshake runs on the connection's own thread, so a stalled client stalls no one else
+        # The handshake runs on the connection's own thread, so a stalled client stalls no one else.
+        try:
             with tls.wrap_socket(request, server_side=True) as connection:
                 super().finish_request(connection, client_address)
         except OSError:  # a client that gave up: expected in these tests

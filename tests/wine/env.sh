@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # Sourced by the Wine scripts: one private prefix per checkout, no Wine chatter.
 NV_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 export WINEPREFIX=${NV_WINEPREFIX:-$NV_ROOT/build/wineprefix}

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Makes the private Wine prefix once; a boot that fails or hangs (Wine under load) is tried three times at most.
+# Makes the private Wine prefix once; a boot that fails or hangs (Wine under load) is tried three
+# times at most.
 set -euo pipefail
 . "$(dirname "$0")/env.sh"
 for _ in 1 2 3; do
