@@ -59,13 +59,13 @@ void set_version(const std::wstring& path, std::uint32_t ms, std::uint32_t ls) {
 // so the analysis takes the road of an ordinary launch.
 struct Installation {
   nv::test::TempDir dir;
+  const nv::ContextScope context{{.install_root = dir / L"Tenebrix"}};
   std::wstring exe = dir / L"Paltalk\\Paltalk.exe";
   std::vector<std::wstring> libraries = {dir / L"Paltalk\\Qt6Core.dll",
                                          dir / L"Paltalk\\Qt6Gui.dll",
                                          dir / L"Paltalk\\Qt6Widgets.dll"};
 
   Installation() {
-    nv::install_root = dir / L"Tenebrix";
     write_image(exe, 40 * mib, 1);
     const std::uint64_t sizes[] = {7 * mib, 9 * mib, 6 * mib};
     for (std::size_t i = 0; i < libraries.size(); ++i) write_image(libraries[i], sizes[i], i + 2);
@@ -78,7 +78,7 @@ struct Installation {
       ini += nv::sha256_file_hex(library);
     }
     ini += "\r\n";
-    nv::test::write_bytes(nv::install_root + L"\\compatibility.ini", ini);
+    nv::test::write_bytes(nv::compatibility_path(), ini);
   }
 };
 

@@ -3,6 +3,9 @@
 // message boxes and dialogs, and the verdict texts it reports.
 namespace nv::sentence {
 
+// The title of every message box and dialog.
+inline constexpr const wchar_t* product_title = L"Tenebrix";
+
 // Entry and decision chain
 inline constexpr const wchar_t* entry_failure =
     L"The theme launcher could not read or save its files. Reinstall the theme or select a "
@@ -17,15 +20,20 @@ inline constexpr const wchar_t* running =
     L"Paltalk is already running. Fully exit it using its Exit command, then reopen this shortcut. "
     L"Closing a "
     L"window to the tray is not enough.";
-// Followed by the host's path and versions.
+// Followed by the host's path, then the host's version after the first piece below and the Qt
+// version after the second.
 inline constexpr const wchar_t* configure_prompt =
     L"This Paltalk build could not be verified for automatic compatibility. Enable experimental "
     L"dark mode for "
     L"this exact build?\n\n";
+inline constexpr const wchar_t* configure_prompt_host_version = L"\nPaltalk ";
+inline constexpr const wchar_t* configure_prompt_qt_version = L" / Qt ";
 inline constexpr const wchar_t* launch_prompt =
     L"Automatic compatibility could not be verified. Enable experimental dark mode for this exact "
     L"build?\n\nYes: "
     L"enable it. No: use normal appearance. Cancel: do not launch.";
+// After the verdict's message when a build cannot be themed.
+inline constexpr const wchar_t* starting_normally = L"\n\nStarting Paltalk normally.";
 inline constexpr const wchar_t* plugin_missing =
     L"The theme plugin is missing. Reinstall Tenebrix. Starting Paltalk normally.";
 inline constexpr const wchar_t* start_failed = L"Windows could not start Paltalk.";

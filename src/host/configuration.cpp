@@ -63,7 +63,8 @@ void save_configuration(const std::wstring& path, const HostAnalysis& analysis, 
 }
 
 bool browser_dark_enabled() {
-  if (!browser_dark_override.empty()) return browser_dark_override == L"on";
+  const std::wstring& override = launch_context().browser_dark_override;
+  if (!override.empty()) return override == L"on";
   return read_ini_value(settings_path(), L"Appearance", L"BrowserDark") != L"0";
 }
 

@@ -132,13 +132,13 @@ std::wstring pick_host_file() {
 std::wstring choose_host() {
   const std::vector<std::wstring> candidates = find_host_candidates();
   if (candidates.size() == 1) return candidates.front();
-  if (silent_mode) return {};
+  if (launch_context().silent_mode) return {};
   if (candidates.empty()) {
     show_message(sentence::host_missing, platform::mb_iconinformation);
     return pick_host_file();
   }
   platform::CommandLinkDialog dialog;
-  dialog.window_title = product_title;
+  dialog.window_title = sentence::product_title;
   dialog.main_instruction = sentence::choose_host_instruction;
   for (std::size_t i = 0; i < candidates.size(); ++i)
     dialog.buttons.push_back({first_candidate_button + static_cast<int>(i), candidates[i]});

@@ -120,9 +120,9 @@ std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent
 std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark) {
   // The settings file is read only when its answer matters.
   const bool browser_dark = dark && browser_dark_enabled();
-  return compute_launch_environment(
-      platform::environment_block(),
-      {dark, install_root, analysis.hashes, diagnostic_layout_path, browser_dark});
+  return compute_launch_environment(platform::environment_block(),
+                                    {dark, launch_context().install_root, analysis.hashes,
+                                     launch_context().diagnostic_layout_path, browser_dark});
 }
 
 }  // namespace nv

@@ -35,7 +35,7 @@ std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent
                                                       const ThemeValues& theme);
 
 // The block for CreateProcessW with CREATE_UNICODE_ENVIRONMENT: this process's
-// environment, the process-wide values and settings.ini put through the above.
+// environment, the run's context and settings.ini put through the above.
 std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark);
 
 LaunchEnvironment parse_environment_block(const std::wstring& block);

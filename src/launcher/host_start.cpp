@@ -20,25 +20,31 @@ std::wstring launch_mode_word(bool dark) {
 }
 
 std::wstring hand_off_arguments(const HostAnalysis& analysis, bool dark) {
+  const LaunchContext& context = launch_context();
   std::wstring arguments = L"--desktop-launch --paltalk " + quote_argument(analysis.exe_path);
   if (!dark) arguments += L" --original";
-  if (silent_mode) arguments += L" --silent";
-  if (!diagnostic_layout_path.empty())
-    arguments += L" --diagnostic-layout " + quote_argument(diagnostic_layout_path);
-  if (!browser_dark_override.empty()) arguments += L" --browser-dark " + browser_dark_override;
+  if (context.silent_mode) arguments += L" --silent";
+  if (!context.diagnostic_layout_path.empty())
+    arguments += L" --diagnostic-layout " + quote_argument(context.diagnostic_layout_path);
+  if (!context.browser_dark_override.empty())
+    arguments += L" --browser-dark " + context.browser_dark_override;
   return arguments;
 }
 
 bool start_through_shell(const HostAnalysis& analysis, bool dark) {
-  if (desktop_launch) return false;
-  return platform::shell_execute_from_desktop(install_root + L"\\NightveilMode.exe",
-                                              hand_off_arguments(analysis, dark), install_root);
+  const LaunchContext& context = launch_context();
+  if (context.desktop_launch) return false;
+  return platform::shell_execute_from_desktop(context.install_root + L"\\NightveilMode.exe",
+                                              hand_off_arguments(analysis, dark),
+                                              context.install_root);
 }
 
 bool start_host(const HostAnalysis& analysis, bool dark) {
   // An elevated launcher would hand its token to the host; the desktop shell
   // starts a second launcher at the user's normal rights instead.
-  if (process_is_elevated() && !desktop_launch && start_through_shell(analysis, dark)) return true;
+  if (process_is_elevated() && !launch_context().desktop_launch &&
+      start_through_shell(analysis, dark))
+    return true;
 
   const std::vector<std::uint16_t> environment = build_launch_environment(analysis, dark);
   std::wstring command_line = quote_argument(analysis.exe_path);

@@ -26,24 +26,23 @@ std::int32_t start_original(const std::wstring& host_path) {
   return start_host(analysis, false) ? exit_code::done : exit_code::action_failed;
 }
 
-std::int32_t configure(const Arguments& arguments, const HostAnalysis& analysis) {
+std::int32_t configure(const LaunchRequest& request, const HostAnalysis& analysis) {
   if (!analysis.analyzed) {
     show_message(analysis.message, platform::mb_iconerror);
     return exit_code::not_acceptable;
   }
-  const std::wstring approved_settings = option_value(arguments, L"--approved-settings");
+  const std::wstring& approved_settings = request.approved_settings;
   const bool approved =
       !approved_settings.empty() && exact_build_approved(approved_settings, analysis);
-  if (!analysis.compatible && !approved && !option_present(arguments, L"--experimental")) {
-    const std::wstring text = std::wstring(sentence::configure_prompt) + analysis.exe_path +
-                              L"\nPaltalk " + analysis.host_version + L" / Qt " +
-                              analysis.qt_version;
+  if (!analysis.compatible && !approved && !request.experimental) {
+    const std::wstring text = sentence::configure_prompt + analysis.exe_path +
+                              sentence::configure_prompt_host_version + analysis.host_version +
+                              sentence::configure_prompt_qt_version + analysis.qt_version;
     if (show_message(text, platform::mb_yesno | platform::mb_iconwarning) != platform::id_yes)
       return exit_code::approval_needed;
   }
-  const std::wstring output = option_value(arguments, L"--output");
-  if (output.empty()) return exit_code::bad_use;
-  save_configuration(output, analysis, !analysis.compatible, approved_settings);
+  if (request.output.empty()) return exit_code::bad_use;
+  save_configuration(request.output, analysis, !analysis.compatible, approved_settings);
   return exit_code::done;
 }
 
@@ -55,35 +54,34 @@ bool exact_build_approved(const std::wstring& file, const HostAnalysis& analysis
   return folded_path(read_ini_value(file, L"Paltalk", L"Exe")) == fold_ascii(analysis.exe_path);
 }
 
-std::int32_t run_launch_flow(const Arguments& arguments, const std::wstring& host_path) {
-  if (option_present(arguments, L"--original")) return start_original(host_path);
+std::int32_t run_launch_flow(const LaunchRequest& request, const std::wstring& host_path) {
+  if (request.mode == RunMode::original) return start_original(host_path);
 
-  const bool configuring = option_present(arguments, L"--configure");
-  const bool skip_update = option_present(arguments, L"--skip-update-once");
+  const LaunchContext& context = launch_context();
+  const bool configuring = request.mode == RunMode::configure;
+  const bool skip_update = request.skip_update_once;
   if (!configuring && host_is_running(host_path)) {
     show_message(sentence::running, platform::mb_iconinformation);
     return exit_code::host_running;
   }
   if (!configuring && !skip_update) clean_update_cache();
-  if (!silent_mode && !configuring && !desktop_launch && !skip_update &&
-      offer_update(host_path, true, install_root, browser_dark_override, diagnostic_layout_path))
+  if (!context.silent_mode && !configuring && !context.desktop_launch && !skip_update &&
+      offer_update(host_path, true, context.install_root, context.browser_dark_override,
+                   context.diagnostic_layout_path))
     return exit_code::done;
 
   const HostAnalysis analysis = analyze_host(host_path);
-  if (configuring) return configure(arguments, analysis);
+  if (configuring) return configure(request, analysis);
 
   bool dark = true;
   if (!analysis.analyzed) {
-    show_message(analysis.message + L"\n\nStarting Paltalk normally.",
-                 platform::mb_iconinformation);
+    show_message(analysis.message + sentence::starting_normally, platform::mb_iconinformation);
     dark = false;
   } else if (!analysis.compatible && !exact_build_approved(settings_path(), analysis)) {
-    // Silence counts as No: a plain host, nothing stored.
+    // In silent mode the answer is No: a plain host, nothing stored.
     const int answer =
-        silent_mode ? platform::id_no
-                    : platform::message_box(sentence::launch_prompt, product_title,
-                                            platform::mb_yesnocancel | platform::mb_iconwarning |
-                                                platform::mb_defbutton2);
+        show_message(sentence::launch_prompt,
+                     platform::mb_yesnocancel | platform::mb_iconwarning | platform::mb_defbutton2);
     if (answer == platform::id_cancel) return exit_code::bad_use;
     if (answer == platform::id_yes) {
       save_configuration(settings_path(), analysis, true, L"");

@@ -5,12 +5,13 @@
 #include <string>
 
 #include "host/host_analysis.h"
-#include "launcher/chain.h"
+#include "launcher/request.h"
 
 namespace nv {
 
-// Exit code of the launch (or --configure) for a host path that is non-empty.
-std::int32_t run_launch_flow(const Arguments& arguments, const std::wstring& host_path);
+// Exit code of a request to start the host (original or launch) or to configure it, for a host
+// path that is non-empty.
+std::int32_t run_launch_flow(const LaunchRequest& request, const std::wstring& host_path);
 
 // An approval stands for one exact build at one exact path.
 bool exact_build_approved(const std::wstring& file, const HostAnalysis& analysis);

@@ -104,6 +104,7 @@ std::string compose_support_report(const std::wstring& host_path) {
   const std::string error =
       created ? json_number_or_null(read_ini_value(status, L"Launch", L"Error")) : "null";
 
+  const std::wstring& root = launch_context().install_root;
   std::string text = "{\n";
   text += "\"schemaVersion\":1,\"generatedUtc\":" + generated_utc() + ",\n";
   text += "\"versions\":{\"tenebrix\":" + json_quote(build::launcher_version) +
@@ -122,10 +123,9 @@ std::string compose_support_report(const std::wstring& host_path) {
           ",\"themeLoaded\":" + json_quote(runtime.themeLoaded) + ",\"webViewProcesses\":" +
           (runtime.webViewProcesses < 0 ? "null" : std::to_string(runtime.webViewProcesses)) +
           "},\n";
-  text +=
-      "\"package\":{\"launcher\":" + package_file_record(install_root + L"\\NightveilMode.exe") +
-      ",\"plugin\":" + package_file_record(plugin_path()) +
-      ",\"uninstaller\":" + package_file_record(install_root + L"\\Uninstall.exe") + "},\n";
+  text += "\"package\":{\"launcher\":" + package_file_record(root + L"\\NightveilMode.exe") +
+          ",\"plugin\":" + package_file_record(plugin_path()) +
+          ",\"uninstaller\":" + package_file_record(root + L"\\Uninstall.exe") + "},\n";
   text +=
       "\"lastOperation\":{\"operation\":" + std::string(created ? "\"create-process\"" : "null") +
       ",\"errorCode\":" + error + "}\n";

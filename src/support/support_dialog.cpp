@@ -58,7 +58,7 @@ std::wstring choose_report_path() {
 }
 
 int run_support_dialog(std::wstring host_path, const HostStart& start_host) {
-  if (silent_mode) return exit_code::bad_use;
+  if (launch_context().silent_mode) return exit_code::bad_use;
   // The box shows what is stored, whatever --browser-dark says for this run.
   bool checked = read_ini_value(settings_path(), L"Appearance", L"BrowserDark") != L"0";
   for (;;) {

@@ -117,8 +117,8 @@ bool wait_for_host_exit(const std::wstring& host_path, const std::wstring& insta
   platform::ask_to_close(plugin_path_in(installation), [&] { return host_processes(host_path); });
   if (!in_the_way(host_path, installation)) return true;
   const int pressed = platform::timer_dialog(
-      {product_title, sentence::wait_title, sentence::wait_content, platform::tdf_callback_timer,
-       platform::tdcbf_ok_button | platform::tdcbf_cancel_button},
+      {sentence::product_title, sentence::wait_title, sentence::wait_content,
+       platform::tdf_callback_timer, platform::tdcbf_ok_button | platform::tdcbf_cancel_button},
       [&](const platform::DialogWindow& dialog, platform::DialogEvent event, int) {
         // Nothing may leave a callback of the system: a failure counts as "not yet".
         try {
@@ -169,8 +169,9 @@ InstallerStart start_verified_installer(const std::wstring& installer_path,
              : InstallerStart::start_failed;
 }
 
-void report_update_failure(int phase) {
-  show_message(phase == 1 ? sentence::update_start_failed : sentence::update_download_failed,
+void report_update_failure(UpdateFailure phase) {
+  show_message(phase == UpdateFailure::start ? sentence::update_start_failed
+                                             : sentence::update_download_failed,
                platform::mb_iconerror);
 }
 

@@ -47,9 +47,11 @@ InstallerStart start_verified_installer(const std::wstring& installer_path,
                                         const std::wstring& browser_dark,
                                         const std::wstring& diagnostic_path);
 
-// Phase 0: the download or its verification failed; 1: the verified installer
-// could not be started. An error message, unless silent_mode.
-void report_update_failure(int phase);
+// Where an update failed: in the download or its verification, or in the start of the verified
+// installer (its last check included).
+enum class UpdateFailure { download, start };
+// The user's message for it (none in silent mode).
+void report_update_failure(UpdateFailure phase);
 
 // Prunes the channel folder of the installer cache for current_revision.
 void clean_update_cache();  // never throws

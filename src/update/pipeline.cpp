@@ -47,7 +47,7 @@ DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring&
   });
   DownloadDialogState state{&progress, &worker, false};
   const int pressed = platform::timer_dialog(
-      {L"Tenebrix", sentence::download_title, sentence::download_content,
+      {sentence::product_title, sentence::download_title, sentence::download_content,
        platform::tdf_show_progress_bar | platform::tdf_callback_timer,
        platform::tdcbf_cancel_button},
       [&](const platform::DialogWindow& dialog, platform::DialogEvent event, int button) {
@@ -96,18 +96,18 @@ int download_dialog_callback(DownloadDialogState& state, const platform::DialogW
 bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& host_path,
                          bool resume_dark, const std::wstring& install_root,
                          const std::wstring& browser_dark, const std::wstring& diagnostic_path) {
-  int phase = 0;
+  UpdateFailure phase = UpdateFailure::download;
   try {
     std::wstring target;
     const DownloadResult downloaded = download_installer(manifest, target);
     if (downloaded == DownloadResult::cancelled) return false;
     if (downloaded == DownloadResult::failed) {
-      report_update_failure(0);
+      report_update_failure(UpdateFailure::download);
       return false;
     }
-    phase = 1;
+    phase = UpdateFailure::start;
     if (!verify_installer(target, manifest)) {
-      report_update_failure(1);
+      report_update_failure(UpdateFailure::start);
       return false;
     }
     if (!wait_for_host_exit(host_path, install_root)) return false;
@@ -115,7 +115,7 @@ bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& ho
     // them.
     if (start_verified_installer(target, manifest, host_path, resume_dark, browser_dark,
                                  diagnostic_path) != InstallerStart::started) {
-      report_update_failure(1);
+      report_update_failure(UpdateFailure::start);
       return false;
     }
     return true;

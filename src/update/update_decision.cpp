@@ -38,8 +38,7 @@ bool offer_update(const std::wstring& host_path, bool resume_dark, const std::ws
   const std::wstring question =
       sentence::update_question_lead + manifest.version + sentence::update_question;
   const unsigned flags = platform::mb_yesno | platform::mb_iconquestion | platform::mb_defbutton2;
-  if (silent_mode || platform::message_box(question, product_title, flags) != platform::id_yes)
-    return false;
+  if (show_message(question, flags) != platform::id_yes) return false;
   return run_update_pipeline(manifest, host_path, resume_dark, installation, browser_dark,
                              diagnostic_path);
 }

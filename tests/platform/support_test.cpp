@@ -28,8 +28,7 @@ TEST(SupportReport, LastStatusGivesOnlyKnownWordsAndNumbers) {
       {nullptr, nullptr, nullptr, "null", R"(null,"errorCode":null)"}};
   for (const auto& [operation, error, mode, launch_mode, last_operation] : cases) {
     test::TempDir root;
-    reset_process_values();
-    install_root = root.path;
+    const ContextScope context({.install_root = root.path});
     if (operation)
       test::write_bytes(last_status_path(), std::string("[Launch]\nOperation=") + operation +
                                                 "\nError=" + error + "\nMode=" + mode + "\n");
@@ -42,7 +41,6 @@ TEST(SupportReport, LastStatusGivesOnlyKnownWordsAndNumbers) {
         std::string::npos)
         << report;
   }
-  reset_process_values();
 }
 
 }  // namespace
