@@ -29,10 +29,12 @@ namespace {
 // The manifest file must exist and be small enough to read.
 std::int32_t verify_manifest_option(const std::wstring& path) {
   if (!is_regular_file(path)) return exit_code::bad_use;
-  std::uint64_t size = 0;
-  if (!platform::file_size(path, size) || size > manifest_size_limit) return exit_code::bad_use;
+  // One open, and at most one byte past the limit read through it: what is judged is what was
+  // read, whatever a link's own size says or the file grows to meanwhile.
   std::string bytes;
-  if (!platform::read_file(path, bytes)) return exit_code::bad_use;
+  if (!platform::read_file_head(path, manifest_size_limit + 1, bytes) ||
+      bytes.size() > manifest_size_limit)
+    return exit_code::bad_use;
   try {
     (void)parse_release_manifest(bytes);
     return exit_code::done;

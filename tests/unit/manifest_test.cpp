@@ -5,13 +5,17 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <map>
 
 #include "build_config.h"
 #include "foundation/encoding.h"
+#include "foundation/exit_code.h"
 #include "foundation/failure.h"
 #include "foundation/json.h"
 #include "host/identification.h"
+#include "launcher/chain.h"
+#include "platform/files.h"
 #include "test_support.h"
 
 namespace nv {
@@ -196,6 +200,48 @@ TEST(ReleaseManifest, EachRuleInItsOrderWithItsWord) {
             }),
             failure::update_public_key);
 }
+
+#ifndef _WIN32  // Wine makes no link that Windows code sees as one
+// The option opens the file once and reads at most one byte past the limit through that handle:
+// a link's own size and a file that holds more than its size says decide nothing.
+TEST(VerifyManifestOption, ReadsAtMostOneBytePastTheLimit) {
+  test::TempDir dir;
+  const std::string good = text();
+  test::write_bytes(dir / L"signed.jws", good);
+  test::write_bytes(dir / L"large.jws", std::string(20000, 'A'));
+  test::write_bytes(dir / L"at-limit.jws", std::string(manifest_size_limit, 'A'));
+  test::write_bytes(dir / L"over-limit.jws", std::string(manifest_size_limit + 1, 'A'));
+  for (const wchar_t* name : {L"signed", L"large", L"at-limit", L"over-limit"})
+    std::filesystem::create_symlink(test::to_fs(dir / (std::wstring(name) + L".jws")),
+                                    test::to_fs(dir / (std::wstring(L"link-") + name)));
+  // Its size reads 0, and it holds far more than the limit.
+  const std::wstring lying_size = L"Z:\\proc\\self\\smaps";
+  std::string held;
+  ASSERT_TRUE(platform::read_file_head(lying_size, manifest_size_limit + 1, held));
+  ASSERT_GT(held.size(), manifest_size_limit);
+  struct Case {
+    const char* name;
+    std::wstring file;
+    std::int32_t code;
+  };
+  const Case cases[] = {
+      {.name = "signed, through a link", .file = dir / L"link-signed", .code = exit_code::done},
+      {.name = "20,000 bytes behind a link",
+       .file = dir / L"link-large",
+       .code = exit_code::bad_use},
+      {.name = "at the limit, through a link",
+       .file = dir / L"link-at-limit",
+       .code = exit_code::not_acceptable},
+      {.name = "over the limit, through a link",
+       .file = dir / L"link-over-limit",
+       .code = exit_code::bad_use},
+      {.name = "more than its size says", .file = lying_size, .code = exit_code::bad_use},
+  };
+  for (const Case& row : cases)
+    EXPECT_EQ(run_launcher({L"--verify-update-manifest", row.file}, dir.path), row.code)
+        << row.name;
+}
+#endif
 
 }  // namespace
 }  // namespace nv
