@@ -206,6 +206,29 @@ TEST(WriteFileAtomic, ContentProducedOnlyForAUsableTarget) {
             "mine");
 }
 
+// A file that appears at the target after the writer's own test: only a replacing rename takes
+// its place.
+TEST(Replacement, WriteOverAFileThereOnlyWhenReplacing) {
+  const AtomicWriteCase cases[] = {
+      {.name = "kept",
+       .replace = false,
+       .before = AtTarget::file,
+       .written = false,
+       .directory_after = "x.json=old;"},
+      {.name = "replaced", .before = AtTarget::file},
+  };
+  for (const AtomicWriteCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::TempDir dir;
+    test::write_bytes(dir / c.target, "old");
+    {
+      Replacement replacement(dir / c.target, {});
+      EXPECT_EQ(replacement.write("content", c.replace), c.written);
+    }
+    EXPECT_EQ(listing(dir), c.directory_after);
+  }
+}
+
 struct TemporaryNameCase {
   const char* name;
   TemporaryName rule_name;
