@@ -59,8 +59,9 @@ bool Replacement::rename(bool replace) {
 namespace {
 
 // The support report's: a temporary of its own per attempt, gone after a failure.
-constexpr TemporaryRule report_temporary{TemporaryName::dot_guid_tmp, platform::Creation::exclusive,
-                                         true};
+constexpr TemporaryRule report_temporary{.name = TemporaryName::dot_guid_tmp,
+                                         .creation = platform::Creation::exclusive,
+                                         .removed_unless_renamed = true};
 
 }  // namespace
 

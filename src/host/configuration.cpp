@@ -31,8 +31,9 @@ std::array<Setting, 7> settings_for(const HostAnalysis& analysis, bool experimen
 }
 
 // One fixed name: a failed save leaves its temporary, and the next one truncates it.
-constexpr TemporaryRule configuration_temporary{TemporaryName::fixed_tmp,
-                                                platform::Creation::truncating, false};
+constexpr TemporaryRule configuration_temporary{.name = TemporaryName::fixed_tmp,
+                                                .creation = platform::Creation::truncating,
+                                                .removed_unless_renamed = false};
 
 }  // namespace
 

@@ -22,8 +22,9 @@ std::wstring digest_text(const std::string& bytes) {
 }
 
 // A temporary of its own per attempt, gone on every way out.
-constexpr TemporaryRule check_state_temporary{TemporaryName::guid_tmp,
-                                              platform::Creation::exclusive, true};
+constexpr TemporaryRule check_state_temporary{.name = TemporaryName::guid_tmp,
+                                              .creation = platform::Creation::exclusive,
+                                              .removed_unless_renamed = true};
 
 // Taken with a time-out of 0, released on every way out.
 class MutexHold {
