@@ -83,16 +83,16 @@ int wmain(int argc, wchar_t** argv) {
     } else if (mode == L"write" && argc == 4) {
       const std::vector<char> bytes(nv::download_read_size, 'x');
       auto begin = Clock::now();
-      const nv::platform::NewFile file = nv::platform::create_new_file(argv[2]);
+      const nv::platform::WritableFile file = nv::create_temporary(argv[2], nv::download_temporary);
       for (std::uint64_t done = 0; file && done < manifest.size; done += bytes.size()) {
         const auto count =
             static_cast<std::uint32_t>(std::min<std::uint64_t>(manifest.size - done, bytes.size()));
-        if (!nv::platform::write_all(file.get(), bytes.data(), count))
+        if (!nv::platform::write_all(*file, bytes.data(), count))
           nv::fail(nv::failure::download_file);
       }
       const long long written = ms_since(begin);
       begin = Clock::now();
-      if (!file || !nv::platform::flush_file(file.get())) nv::fail(nv::failure::download_file);
+      if (!file || !nv::platform::flush_file(*file)) nv::fail(nv::failure::download_file);
       answer = "ok " + std::to_string(written) + " " + std::to_string(ms_since(begin));
     } else if (mode == L"verify" && argc == 5) {
       manifest.sha256 = nv::to_utf8(argv[4]);

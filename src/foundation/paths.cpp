@@ -202,8 +202,8 @@ bool path_exists(const std::wstring& path) {
   }
 }
 
-std::error_code create_directories(const std::wstring& path) {
-  return platform::create_directories(path);
+void create_directories(const std::wstring& path) {
+  if (!platform::create_directories(path)) fail(failure::create_directories);
 }
 
 std::wstring dos_path_of(const std::wstring& final_path) {

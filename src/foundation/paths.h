@@ -2,7 +2,6 @@
 // One way everywhere to decide whether two spellings name one file: bring the
 // path to its normal form, fold it, compare as text. Both '\' and '/' separate.
 #include <string>
-#include <system_error>
 
 namespace nv {
 
@@ -18,7 +17,8 @@ std::wstring lexically_normal(const std::wstring& path);
 std::wstring append_path(const std::wstring& left, const std::wstring& name);
 bool is_regular_file(const std::wstring& path);  // never raises
 bool path_exists(const std::wstring& path);      // raises the failure "exists"
-std::error_code create_directories(const std::wstring& path);
+// The directory with its missing parents, or the failure "create_directories".
+void create_directories(const std::wstring& path);
 // A final path as the file system gives it, in the form paths are written:
 // "\\?\C:\x" -> "C:\x", "\\?\UNC\s\x" -> "\\s\x"; any other form unchanged.
 std::wstring dos_path_of(const std::wstring& final_path);

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "foundation/atomic_write.h"
 #include "foundation/failure.h"
 #include "foundation/process_values.h"
 #include "host/ini.h"
@@ -29,6 +30,11 @@ std::array<Setting, 7> settings_for(const HostAnalysis& analysis, bool experimen
            {L"Appearance", L"BrowserDark", browser_dark}}};
 }
 
+// One fixed name: a failed save leaves its temporary, and the next one truncates it.
+constexpr TemporaryRule configuration_temporary{.name = TemporaryName::fixed_tmp,
+                                                .creation = platform::Creation::truncating,
+                                                .removed_unless_renamed = false};
+
 }  // namespace
 
 void save_configuration(const std::wstring& path, const HostAnalysis& analysis, bool experimental,
@@ -52,14 +58,16 @@ void save_configuration(const std::wstring& path, const HostAnalysis& analysis, 
   // The mark makes the profile writer keep the text in UTF-16. A leftover from
   // a failed save is truncated here; anything the target held beyond the seven
   // keys is dropped with it.
-  const std::wstring temporary = path + L".tmp";
-  if (!platform::create_file_with(temporary, std::string("\xFF\xFE", 2)))
+  Replacement settings_file(path, configuration_temporary);
+  if (const platform::WritableFile file = settings_file.create();
+      !file || !platform::write_all(*file, "\xFF\xFE", 2))
     fail(failure::create_configuration);
   for (const auto& setting : settings) {
-    if (!platform::write_profile_string(temporary, setting.section, setting.key, setting.value))
+    if (!platform::write_profile_string(settings_file.temporary(), setting.section, setting.key,
+                                        setting.value))
       fail(failure::cannot_save_settings);
   }
-  if (!platform::move_replacing(temporary, path)) fail(failure::replace_configuration);
+  if (!settings_file.rename(true)) fail(failure::replace_configuration);
 }
 
 bool browser_dark_enabled() {

@@ -1,46 +1,43 @@
 #pragma once
-// Whole-file operations of the writers that replace a file through a
-// temporary one beside it.
+// The file operations of the writers that replace a file through a temporary
+// one beside it: create, write, flush, rename, delete, and the GUID that names
+// a temporary.
 #include <cstdint>
 #include <memory>
 #include <string>
 
 namespace nv::platform {
 
-// Creates the file for binary writing, truncating one that is already there,
-// and writes the bytes. False when it cannot be created or written.
-bool create_file_with(const std::wstring& path, const std::string& bytes);
+// How a file is created for writing. Every kind opens it for writing only.
+enum class Creation {
+  // CREATE_NEW, shared with no one, FILE_ATTRIBUTE_NORMAL: never over an existing file.
+  exclusive,
+  // The same, read ahead as a sequential stream (FILE_FLAG_SEQUENTIAL_SCAN).
+  exclusive_sequential,
+  // CREATE_ALWAYS, truncating a file already there, shared for reading and writing as a C
+  // stream opened for writing is, which readers of such a file expect.
+  truncating,
+};
 
-// MoveFileExW(from, to, MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH):
-// replaces a file at the target and returns only once the move is on disk.
-bool move_replacing(const std::wstring& from, const std::wstring& to);
-
-// CreateFileW(write, no sharing, CREATE_NEW), one WriteFile of all the bytes,
-// FlushFileBuffers, close. `cannot_create` leaves nothing behind; after
-// `cannot_write` the file exists and is the caller's to delete.
-enum class WrittenFile { written, cannot_create, cannot_write };
-WrittenFile write_new_file(const std::wstring& path, const std::string& bytes);
+// A file open for writing, closed when it goes.
+struct WriteHandle;  // the backend's handle
+struct WriteHandleCloser {
+  void operator()(WriteHandle* file) const;
+};
+using WritableFile = std::unique_ptr<WriteHandle, WriteHandleCloser>;
+WritableFile create_file(const std::wstring& path, Creation creation);  // null on failure
+// One WriteFile of all the bytes: false on failure or a short write.
+bool write_all(WriteHandle& file, const char* bytes, std::uint32_t count);
+bool flush_file(WriteHandle& file);  // FlushFileBuffers: the bytes are on the disk
 
 // MoveFileExW with MOVEFILE_WRITE_THROUGH, and MOVEFILE_REPLACE_EXISTING when
-// `replace` is set; without it an existing target makes the move fail.
+// `replace` is set: returns only once the move is on disk. Without `replace` an
+// existing target, of any kind, makes the move fail; with it a directory still does.
 bool move_file(const std::wstring& from, const std::wstring& to, bool replace);
 bool delete_file(const std::wstring& path);  // DeleteFileW
 
 // CoCreateGuid through StringFromGUID2: {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}.
 // False when either call fails.
 bool new_guid_text(std::wstring& text);
-
-// The file a download streams into: created for writing only, shared with no
-// one, never over an existing file, and read ahead as a sequential stream
-// (CREATE_NEW, FILE_FLAG_SEQUENTIAL_SCAN). Empty when it cannot be created;
-// closed when it goes.
-struct NewFileClose {
-  void operator()(void* file) const;
-};
-using NewFile = std::unique_ptr<void, NewFileClose>;
-NewFile create_new_file(const std::wstring& path);
-bool write_all(void* file, const char* bytes,
-               std::uint32_t count);  // false on failure or a short write
-bool flush_file(void* file);          // FlushFileBuffers
 
 }  // namespace nv::platform

@@ -4,7 +4,6 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace nv::platform {
@@ -21,7 +20,9 @@ Resolved resolve_path(const std::wstring& path);
 enum class FileKind { missing, regular, directory, other, error };
 FileKind file_kind(const std::wstring& path);
 
-std::error_code create_directories(const std::wstring& path);
+// The directory and every missing parent; one that exists already is no error.
+// False when something in the way is no directory or cannot be made.
+bool create_directories(const std::wstring& path);
 
 // Size of a regular file; false when it cannot be had.
 bool file_size(const std::wstring& path, std::uint64_t& size);

@@ -36,16 +36,16 @@ void download_to_file(const ReleaseManifest& manifest, const std::wstring& tempo
   }
   const auto code = platform::http_status_code(request.get());
   if (!code || *code != 200) fail(failure::download_unavailable);
-  const platform::NewFile file = platform::create_new_file(temporary_path);
+  const platform::WritableFile file = create_temporary(temporary_path, download_temporary);
   if (!file) fail(failure::download_file);
   copy_response_to_file(manifest.size, progress,
                         [&](char* buffer, std::uint32_t capacity, std::uint32_t& count) {
                           return platform::http_read(request.get(), buffer, capacity, &count);
                         },
                         {[&](const char* bytes, std::uint32_t count) {
-                           return platform::write_all(file.get(), bytes, count);
+                           return platform::write_all(*file, bytes, count);
                          },
-                         [&] { return platform::flush_file(file.get()); }});
+                         [&] { return platform::flush_file(*file); }});
 }
 
 void copy_response_to_file(std::uint64_t size, DownloadProgress& progress,

@@ -6,11 +6,19 @@
 #include <functional>
 #include <string>
 
+#include "foundation/atomic_write.h"
 #include "update/manifest.h"
 
 namespace nv {
 
 inline constexpr std::uint32_t download_read_size = 65536;
+
+// A temporary of its own per attempt, never reopened, gone on every way out
+// but the rename.
+inline constexpr TemporaryRule download_temporary{
+    .name = TemporaryName::guid_part,
+    .creation = platform::Creation::exclusive_sequential,
+    .removed_unless_renamed = true};
 
 // Shared by the progress dialog and the worker.
 struct DownloadProgress {

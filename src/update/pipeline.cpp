@@ -5,8 +5,6 @@
 #include "foundation/atomic_write.h"
 #include "foundation/paths.h"
 #include "foundation/sentences.h"
-#include "platform/file_ops.h"
-#include "platform/files.h"
 #include "update/handover.h"
 #include "update/schedule.h"
 
@@ -17,29 +15,20 @@ bool finished(std::future<bool>& worker) {
   return worker.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
 
-// The temporary file goes on every way out of the download; after a successful
-// rename the delete finds nothing.
-struct PartFile {
-  std::wstring path;
-  ~PartFile() {
-    if (!path.empty()) platform::delete_file(path);
-  }
-};
-
 DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring& target) {
   const std::wstring root = updates_root();
   if (root.empty()) return DownloadResult::failed;
   const std::wstring folder =
       root + L"\\" + installer_cache_channel + L"\\" + std::to_wstring(manifest.revision);
-  if (platform::create_directories(folder)) return DownloadResult::failed;
+  create_directories(folder);
   target = folder + L"\\" + name_of(manifest.path);
   if (verify_installer(target, manifest)) return DownloadResult::ready;
 
-  PartFile part{target + guid_text() + L".part"};
+  Replacement part(target, download_temporary);
   DownloadProgress progress;
   std::future<bool> worker = std::async(std::launch::async, [&]() noexcept {
     try {
-      download_to_file(manifest, part.path, progress);
+      download_to_file(manifest, part.temporary(), progress);
       return true;
     } catch (...) {
       return false;
@@ -58,8 +47,7 @@ DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring&
   const bool downloaded = worker.get();
   if (dialog_failed) return DownloadResult::failed;
   if (progress.cancel) return DownloadResult::cancelled;
-  if (!downloaded || !verify_installer(part.path, manifest) ||
-      !platform::move_file(part.path, target, true))
+  if (!downloaded || !verify_installer(part.temporary(), manifest) || !part.rename(true))
     return DownloadResult::failed;
   return verify_installer(target, manifest) ? DownloadResult::ready : DownloadResult::failed;
 }

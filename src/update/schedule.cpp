@@ -6,7 +6,6 @@
 #include "foundation/failure.h"
 #include "foundation/json.h"
 #include "foundation/paths.h"
-#include "platform/file_ops.h"
 #include "platform/files.h"
 #include "platform/known_folders.h"
 #include "platform/system.h"
@@ -22,16 +21,10 @@ std::wstring digest_text(const std::string& bytes) {
   return hex_lower_wide(digest.data(), digest.size());
 }
 
-// Deletes the temporary file on every way out; after a rename it finds nothing.
-struct TemporaryFile {
-  std::wstring path;
-  explicit TemporaryFile(std::wstring temporary) : path(std::move(temporary)) {}
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-  ~TemporaryFile() {
-    if (!path.empty()) platform::delete_file(path);
-  }
-};
+// A temporary of its own per attempt, gone on every way out.
+constexpr TemporaryRule check_state_temporary{.name = TemporaryName::guid_tmp,
+                                              .creation = platform::Creation::exclusive,
+                                              .removed_unless_renamed = true};
 
 // Taken with a time-out of 0, released on every way out.
 class MutexHold {
@@ -120,12 +113,10 @@ std::int64_t read_last_attempt(const std::wstring& path) {
 }
 
 void write_last_attempt(const UpdateCheckState& state, std::int64_t now) {
-  if (create_directories(parent_of(state.path))) fail(failure::create_directories);
-  const TemporaryFile temporary(state.path + guid_text() + L".tmp");
+  create_directories(parent_of(state.path));
+  Replacement replacement(state.path, check_state_temporary);
   const std::string content = "{\"schema\":1,\"lastAttemptUtc\":" + std::to_string(now) + "}";
-  if (platform::write_new_file(temporary.path, content) != platform::WrittenFile::written ||
-      !platform::move_file(temporary.path, state.path, true))
-    fail(failure::update_check_state);
+  if (!replacement.write(content, true)) fail(failure::update_check_state);
 }
 
 }  // namespace nv

@@ -1,7 +1,10 @@
 // The real backend: natively the portable one, under Wine the Windows API.
 #include <gtest/gtest.h>
 
+#include <cwchar>
 #include <filesystem>
+#include <fstream>
+#include <set>
 
 #include "foundation/atomic_write.h"
 #include "foundation/failure.h"
@@ -9,6 +12,8 @@
 #include "host/configuration.h"
 #include "host/ini.h"
 #include "launcher/browser_arguments.h"
+#include "platform/file_ops.h"
+#include "platform/files.h"
 #include "platform/ini.h"
 #include "platform/system.h"
 #include "test_support.h"
@@ -40,10 +45,6 @@ TEST(Paths, OnTheRealFileSystem) {
   EXPECT_TRUE(same_path(dir / L"link\\Sub\\File.txt", dir / L"Sub\\File.txt"));
   EXPECT_FALSE(is_regular_file(dir / L"dangling.txt") || path_exists(dir / L"dangling.txt"));
 #endif
-  EXPECT_FALSE(create_directories(dir / L"a\\b\\c") ||
-               create_directories(dir / L"a\\b\\c"));  // again: no error
-  EXPECT_TRUE(path_exists(dir / L"a\\b\\c"));
-  EXPECT_TRUE(create_directories(dir / L"Sub\\File.txt\\sub"));
   // What does not exist keeps its form; the long prefix goes only before a drive.
   for (const auto& [path, normal] : Cases{{L"Q:/no\\\\.\\such\\..\\drive\\x", L"Q:\\no\\drive\\x"},
                                           {L"\\nv-missing\\x", L"\\nv-missing\\x"},
@@ -54,6 +55,21 @@ TEST(Paths, OnTheRealFileSystem) {
                                              {L"\\\\?\\1:\\x", L"\\\\?\\1:\\x"},
                                              {L"\\\\?\\Volume{0}\\x", L"\\\\?\\Volume{0}\\x"}})
     EXPECT_EQ(dos_path_of(final_path), dos) << final_path;
+}
+
+TEST(CreateDirectories, MakesTheMissingParentsOrRaises) {
+  test::TempDir dir;
+  test::write_bytes(dir / L"File.txt", "x");
+  create_directories(dir / L"a\\b\\c");
+  EXPECT_TRUE(path_exists(dir / L"a\\b\\c"));
+  EXPECT_EQ(test::failure_of([&] { create_directories(dir / L"a\\b\\c"); }), "no failure")
+      << "a folder that is there already";
+  EXPECT_EQ(test::failure_of([&] { create_directories(dir / L"File.txt\\sub"); }),
+            failure::create_directories)
+      << "a file in the way of a parent";
+  EXPECT_EQ(test::failure_of([&] { create_directories(dir / L"File.txt"); }),
+            failure::create_directories)
+      << "a file at the path itself";
 }
 
 TEST(QuoteArgument, ReadBackWholeByTheSystemsSplitter) {
@@ -98,53 +114,267 @@ TEST(SaveConfiguration, SevenKeysRewrittenOnlyWhenOneDiffers) {
   EXPECT_EQ(
       read_ini_value(path, L"Notes", L"Mine") + read_ini_value(path, L"Appearance", L"BrowserDark"),
       L"0");
-  EXPECT_EQ(test::failure_of([&] { save_configuration(dir.path, analysis, true, L""); }),
+  // A folder at the target refuses the rename; the temporary stays for the next save to truncate.
+  const std::wstring folder = dir / L"folder.ini";
+  std::filesystem::create_directory(test::to_fs(folder));
+  EXPECT_EQ(test::failure_of([&] { save_configuration(folder, analysis, true, L""); }),
             failure::replace_configuration);
+  EXPECT_EQ(read_ini_value(folder + L".tmp", L"Paltalk", L"Exe"), analysis.exe_path);
 }
 
-// Each row: a target, whether to replace, what lies there first ("/": a folder), and what the
-// directory holds afterwards (name=content), the temporary file never among it.
-TEST(WriteFileAtomic, TargetEitherWholeOrUntouched) {
-  const std::tuple<const wchar_t*, bool, std::string, bool, std::string> cases[] = {
-      {L"new.json", false, "", true, "new.json=content;"},
-      {L"old.json", false, "old", false, "old.json=old;"},
-      {L"old.json", true, "old", true, "old.json=content;"},
-      {L"folder", false, "/", false, "folder=/;"},  // the existence test passes, the rename refuses
-      {L"folder", true, "/", false, "folder=/;"},
-      {L"missing\\x.json", true, "", false, ""},
-      {L"", true, "", false, ""}};  // the directory itself: no file name
-  for (const auto& [target, replace, before, result, after] : cases) {
-    test::TempDir dir;
-    if (before == "/")
-      std::filesystem::create_directory(test::to_fs(dir / target));
-    else if (!before.empty())
-      test::write_bytes(dir / target, before);
-    EXPECT_EQ(write_file_atomic(
-                  dir / target, [] { return std::string("content"); }, replace),
-              result)
-        << target;
-    std::string held;
-    for (const auto& entry : std::filesystem::directory_iterator(dir.native)) {
-      std::ifstream file(entry.path(), std::ios::binary);
-      held += entry.path().filename().string() + "=" +
-              (entry.is_directory() ? "/" : std::string(std::istreambuf_iterator<char>(file), {})) +
-              ";";
-    }
-    EXPECT_EQ(held, after) << target;
+enum class AtTarget { nothing, file, folder };
+
+struct AtomicWriteCase {
+  const char* name;
+  const wchar_t* target = L"x.json";  // within a fresh directory
+  bool replace = true;
+  AtTarget before = AtTarget::nothing;  // a file there holds "old"
+  bool written = true;
+  std::string directory_after = "x.json=content;";  // name=content; a folder's content is "/"
+};
+
+// What a directory holds, one level deep, by name, in the form of `directory_after`.
+std::string listing(const test::TempDir& dir) {
+  std::set<std::string> entries;
+  for (const auto& entry : std::filesystem::directory_iterator(dir.native)) {
+    std::ifstream file(entry.path(), std::ios::binary);
+    entries.insert(
+        entry.path().filename().string() + "=" +
+        (entry.is_directory() ? "/" : std::string(std::istreambuf_iterator<char>(file), {})) + ";");
   }
+  std::string held;
+  for (const std::string& entry : entries) held += entry;
+  return held;
+}
+
+TEST(WriteFileAtomic, TargetEitherWholeOrUntouchedAndNoTemporaryLeft) {
+  const AtomicWriteCase cases[] = {
+      {.name = "new file without replace", .replace = false},
+      {.name = "new file with replace"},
+      {.name = "a file there wins without replace",
+       .replace = false,
+       .before = AtTarget::file,
+       .written = false,
+       .directory_after = "x.json=old;"},
+      {.name = "a file there is replaced", .before = AtTarget::file},
+      {.name = "a folder passes the file test, the rename refuses",
+       .replace = false,
+       .before = AtTarget::folder,
+       .written = false,
+       .directory_after = "x.json=/;"},
+      {.name = "a folder is never replaced",
+       .before = AtTarget::folder,
+       .written = false,
+       .directory_after = "x.json=/;"},
+      {.name = "missing directory",
+       .target = L"missing\\x.json",
+       .written = false,
+       .directory_after = ""},
+      {.name = "no file name", .target = L"", .written = false, .directory_after = ""},
+  };
+  for (const AtomicWriteCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::TempDir dir;
+    if (c.before == AtTarget::folder)
+      std::filesystem::create_directory(test::to_fs(dir / c.target));
+    if (c.before == AtTarget::file) test::write_bytes(dir / c.target, "old");
+    EXPECT_EQ(write_file_atomic(
+                  dir / c.target, [] { return std::string("content"); }, c.replace),
+              c.written);
+    EXPECT_EQ(listing(dir), c.directory_after);
+  }
+}
+
+TEST(WriteFileAtomic, ContentProducedOnlyForAUsableTarget) {
   test::TempDir dir;
-  EXPECT_FALSE(write_file_atomic(
-      L"relative.json", [] { return std::string("x"); }, true));
-  EXPECT_TRUE(write_file_atomic(
-      dir / L"empty", [] { return std::string(); }, false));
+  int produced = 0;
+  const auto content = [&] {
+    ++produced;
+    return std::string();
+  };
+  EXPECT_FALSE(write_file_atomic(L"relative.json", content, true));
+  test::write_bytes(dir / L"kept.json", "old");
+  EXPECT_FALSE(write_file_atomic(dir / L"kept.json", content, false));
+  EXPECT_EQ(produced, 0);
+  EXPECT_TRUE(write_file_atomic(dir / L"empty", content, false));
+  EXPECT_EQ(produced, 1);
   EXPECT_EQ(std::filesystem::file_size(test::to_fs(dir / L"empty")), 0u);
   EXPECT_EQ(test::failure_of([&] {
               write_file_atomic(
                   dir / L"x", []() -> std::string { throw std::runtime_error("mine"); }, true);
             }),
             "mine");
-  EXPECT_EQ(guid_text().size(), 38u);
-  EXPECT_NE(guid_text(), guid_text());
+}
+
+// A file that appears at the target after the writer's own test: only a replacing rename takes
+// its place.
+TEST(Replacement, WriteOverAFileThereOnlyWhenReplacing) {
+  const AtomicWriteCase cases[] = {
+      {.name = "kept",
+       .replace = false,
+       .before = AtTarget::file,
+       .written = false,
+       .directory_after = "x.json=old;"},
+      {.name = "replaced", .before = AtTarget::file},
+  };
+  for (const AtomicWriteCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::TempDir dir;
+    test::write_bytes(dir / c.target, "old");
+    {
+      Replacement replacement(dir / c.target, {});
+      EXPECT_EQ(replacement.write("content", c.replace), c.written);
+    }
+    EXPECT_EQ(listing(dir), c.directory_after);
+  }
+}
+
+struct TemporaryNameCase {
+  const char* name;
+  TemporaryName rule_name;
+  const wchar_t* before_guid = L"";  // between the target and the GUID
+  bool guid = true;
+  const wchar_t* suffix = L".tmp";
+};
+
+TEST(Replacement, TemporaryLiesBesideTheTargetNamedByTheRule) {
+  const TemporaryNameCase cases[] = {
+      {.name = "report", .rule_name = TemporaryName::dot_guid_tmp, .before_guid = L"."},
+      {.name = "check state", .rule_name = TemporaryName::guid_tmp},
+      {.name = "download", .rule_name = TemporaryName::guid_part, .suffix = L".part"},
+      {.name = "configuration", .rule_name = TemporaryName::fixed_tmp, .guid = false},
+  };
+  const std::wstring target = L"C:\\Some Folder\\state.json";
+  for (const TemporaryNameCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    const std::wstring temporary = temporary_path_for(target, c.rule_name);
+    const std::wstring head = target + c.before_guid;
+    ASSERT_EQ(temporary.substr(0, head.size()), head);
+    ASSERT_GE(temporary.size(), head.size() + std::wstring(c.suffix).size());
+    const std::wstring middle =
+        temporary.substr(head.size(), temporary.size() - head.size() - std::wcslen(c.suffix));
+    EXPECT_EQ(temporary.substr(temporary.size() - std::wcslen(c.suffix)), c.suffix);
+    if (!c.guid) {
+      EXPECT_EQ(middle, L"");
+      continue;
+    }
+    // {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}, upper case
+    ASSERT_EQ(middle.size(), 38u) << std::string(middle.begin(), middle.end());
+    for (std::size_t i = 0; i < middle.size(); ++i) {
+      const wchar_t unit = middle[i];
+      if (i == 0)
+        EXPECT_EQ(unit, L'{');
+      else if (i == 37)
+        EXPECT_EQ(unit, L'}');
+      else if (i == 9 || i == 14 || i == 19 || i == 24)
+        EXPECT_EQ(unit, L'-');
+      else
+        EXPECT_TRUE((unit >= L'0' && unit <= L'9') || (unit >= L'A' && unit <= L'F')) << i;
+    }
+  }
+}
+
+enum class Leftover { none, file };
+
+struct CreationCase {
+  const char* name;
+  platform::Creation creation = platform::Creation::exclusive;
+  Leftover leftover = Leftover::none;  // "old bytes" at the temporary's fixed name
+  bool created = true;
+  std::string temporary_after = "new";
+};
+
+TEST(Replacement, CreationFlagsOfTheRule) {
+  const CreationCase cases[] = {
+      {.name = "exclusive, nothing there"},
+      {.name = "exclusive refuses a leftover",
+       .leftover = Leftover::file,
+       .created = false,
+       .temporary_after = "old bytes"},
+      {.name = "sequential, nothing there", .creation = platform::Creation::exclusive_sequential},
+      {.name = "sequential refuses a leftover",
+       .creation = platform::Creation::exclusive_sequential,
+       .leftover = Leftover::file,
+       .created = false,
+       .temporary_after = "old bytes"},
+      {.name = "truncating, nothing there", .creation = platform::Creation::truncating},
+      {.name = "truncating empties a leftover",
+       .creation = platform::Creation::truncating,
+       .leftover = Leftover::file},
+  };
+  for (const CreationCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::TempDir dir;
+    const std::wstring target = dir / L"settings.ini";
+    if (c.leftover == Leftover::file) test::write_bytes(target + L".tmp", "old bytes");
+    const Replacement replacement(target, {.name = TemporaryName::fixed_tmp,
+                                           .creation = c.creation,
+                                           .removed_unless_renamed = false});
+    {
+      const platform::WritableFile file = replacement.create();
+      ASSERT_EQ(file != nullptr, c.created);
+      if (file) {
+        EXPECT_TRUE(platform::write_all(*file, "new", 3));
+        EXPECT_TRUE(platform::flush_file(*file));
+#ifdef _WIN32  // natively nothing enforces sharing
+        const bool shared = c.creation == platform::Creation::truncating;
+        EXPECT_EQ(std::ifstream(test::to_fs(replacement.temporary())).is_open(), shared);
+#endif
+      }
+    }
+    std::string held;
+    EXPECT_TRUE(platform::read_file(replacement.temporary(), held));
+    EXPECT_EQ(held, c.temporary_after);
+  }
+}
+
+enum class Ending { renamed, rename_refused, abandoned };
+
+struct RemovalCase {
+  const char* name;
+  bool removed_unless_renamed = true;
+  Ending ending = Ending::renamed;
+  std::string directory_after;
+};
+
+TEST(Replacement, TemporaryGoesWhenTheAttemptEndsWithoutItsRenameIfTheRuleSaysSo) {
+  const RemovalCase cases[] = {
+      {.name = "renamed", .directory_after = "state.json=new;"},
+      {.name = "renamed, kept rule",
+       .removed_unless_renamed = false,
+       .directory_after = "state.json=new;"},
+      {.name = "rename refused",
+       .ending = Ending::rename_refused,
+       .directory_after = "state.json=/;"},
+      {.name = "rename refused, kept rule",
+       .removed_unless_renamed = false,
+       .ending = Ending::rename_refused,
+       .directory_after = "state.json.tmp=new;state.json=/;"},
+      {.name = "abandoned before the rename", .ending = Ending::abandoned, .directory_after = ""},
+      {.name = "abandoned, kept rule",
+       .removed_unless_renamed = false,
+       .ending = Ending::abandoned,
+       .directory_after = "state.json.tmp=new;"},
+  };
+  for (const RemovalCase& c : cases) {
+    SCOPED_TRACE(c.name);
+    test::TempDir dir;
+    const std::wstring target = dir / L"state.json";
+    if (c.ending == Ending::rename_refused) std::filesystem::create_directory(test::to_fs(target));
+    {
+      Replacement replacement(target, {.name = TemporaryName::fixed_tmp,
+                                       .removed_unless_renamed = c.removed_unless_renamed});
+      {
+        const platform::WritableFile file = replacement.create();
+        ASSERT_TRUE(file);
+        ASSERT_TRUE(platform::write_all(*file, "new", 3));
+      }
+      if (c.ending != Ending::abandoned) {
+        EXPECT_EQ(replacement.rename(true), c.ending == Ending::renamed);
+      }
+    }
+    EXPECT_EQ(listing(dir), c.directory_after);
+  }
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <future>
+#include <optional>
 
 #include "fake_platform.h"
 #include "foundation/encoding.h"
@@ -26,39 +27,75 @@ std::string stored(std::int64_t time) {
 std::string padded(std::size_t size) {
   return stored(T - 1) + std::string(size - stored(T - 1).size(), ' ');
 }
+// What a check at T leaves in the file.
+const std::string written_at_t = R"({"schema":1,"lastAttemptUtc":1700000000})";
+
+enum class StateFolder { usable, a_file_in_its_place };
+
+struct ScheduleCase {
+  const char* name;
+  std::optional<std::string> state_file = std::nullopt;  // none: no file at all
+  std::int64_t now = T;
+  StateFolder folder = StateFolder::usable;
+  bool mutex_held_elsewhere = false;
+  bool due = false;
+};
 
 TEST(Schedule, OneCheckADayWhateverTheStateFileHolds) {
-  const std::pair<std::string, bool> cases[] = {
-      {"", true},
-      {stored(T - 86'399), false},
-      {stored(T - 86'400), true},
-      {stored(T + 5), true},
-      {"<now 0>", false},
-      {padded(check_state_limit), false},
-      {padded(check_state_limit + 1), true},
-      {stored(T - 1).substr(1), true},
-      {R"({"schema":1,"lastAttemptUtc":1699999999,"x":1})", true},
-      {"<parent is a file>", false},
-      {"<held>", false},
-      {R"({"schema":2,"lastAttemptUtc":1699999999})", true}};
-  for (const auto& [content, due] : cases) {
+  const ScheduleCase cases[] = {
+      {.name = "no state file", .due = true},
+      {.name = "86,399 s ago", .state_file = stored(T - 86'399), .due = false},
+      {.name = "86,400 s ago", .state_file = stored(T - 86'400), .due = true},
+      {.name = "in the future", .state_file = stored(T + 5), .due = true},
+      {.name = "time 0 stored", .state_file = stored(0), .due = true},
+      {.name = "no clock", .now = 0, .due = false},
+      {.name = "recent, at the size limit", .state_file = padded(check_state_limit), .due = false},
+      {.name = "recent, a byte over the limit",
+       .state_file = padded(check_state_limit + 1),
+       .due = true},
+      {.name = "invalid JSON", .state_file = stored(T - 1).substr(1), .due = true},
+      {.name = "a third key",
+       .state_file = R"({"schema":1,"lastAttemptUtc":1699999999,"x":1})",
+       .due = true},
+      {.name = "schema 2",
+       .state_file = R"({"schema":2,"lastAttemptUtc":1699999999})",
+       .due = true},
+      {.name = "folder cannot be made", .folder = StateFolder::a_file_in_its_place, .due = false},
+      {.name = "another launcher holds the mutex", .mutex_held_elsewhere = true, .due = false},
+  };
+  for (const ScheduleCase& c : cases) {
+    SCOPED_TRACE(c.name);
     test::TempDir dir;
     const std::wstring path = dir / L"Updates\\check.json";
-    if (content == "<parent is a file>") test::write_bytes(dir / L"Updates", "");
-    if (!content.empty() && content[0] != '<') test::write_bytes(path, content);
+    if (c.folder == StateFolder::a_file_in_its_place) test::write_bytes(dir / L"Updates", "");
+    if (c.state_file) test::write_bytes(path, *c.state_file);
     const auto other = platform::create_named_mutex(check_mutex_name(path));  // another launcher's
-    if (content == "<held>") platform::try_take(*other);
+    if (c.mutex_held_elsewhere) {
+      ASSERT_EQ(platform::try_take(*other), platform::MutexWait::taken);
+    }
     UpdateCheckState state = open_update_check_state(path);
     // On a thread of its own: within one, a Windows mutex is taken again.
-    const auto claim = [&] { return claim_check_slot(state, content == "<now 0>" ? 0 : T); };
-    EXPECT_EQ(std::async(std::launch::async, claim).get(), due) << content;
+    const auto claim = [&] { return claim_check_slot(state, c.now); };
+    EXPECT_EQ(std::async(std::launch::async, claim).get(), c.due);
     std::string after;
-    EXPECT_EQ((platform::read_file(path, after), after), due                 ? stored(T)
-                                                         : content[0] == '<' ? ""
-                                                                             : content);
+    platform::read_file(path, after);
+    EXPECT_EQ(after, c.due ? written_at_t : c.state_file.value_or(""));
   }
-  EXPECT_EQ(test::failure_of([] { read_last_attempt(test::TempDir().path); }),
+}
+
+TEST(Schedule, StateFileWordsAndNames) {
+  test::TempDir dir;
+  EXPECT_EQ(test::failure_of([&] { read_last_attempt(dir.path); }), failure::update_check_state);
+  test::write_bytes(dir / L"Updates", "");
+  UpdateCheckState in_a_file{dir / L"Updates\\check.json", nullptr};
+  EXPECT_EQ(test::failure_of([&] { write_last_attempt(in_a_file, T); }),
+            failure::create_directories);
+  // A folder at the state file's path refuses the rename; no temporary is left beside it.
+  fs::create_directories(test::to_fs(dir / L"State\\check.json"));
+  UpdateCheckState a_folder{dir / L"State\\check.json", nullptr};
+  EXPECT_EQ(test::failure_of([&] { write_last_attempt(a_folder, T); }),
             failure::update_check_state);
+  EXPECT_EQ(std::distance(fs::directory_iterator(test::to_fs(dir / L"State")), {}), 1);
   EXPECT_EQ(
       check_state_name(),  // of the test build's identity: updates.tenebrix.test, stable, stable-1
       L"check-4c1213abe6d7a6579fc85c13176a53050af5e09d52b464c595d0f121fc80dbda.json");

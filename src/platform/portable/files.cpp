@@ -63,10 +63,10 @@ FileKind file_kind(const std::wstring& path) {
   }
 }
 
-std::error_code create_directories(const std::wstring& path) {
+bool create_directories(const std::wstring& path) {
   std::error_code error;
   std::filesystem::create_directories(portable::to_native(path), error);
-  return error;
+  return !error;
 }
 
 bool file_size(const std::wstring& path, std::uint64_t& size) {

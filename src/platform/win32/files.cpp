@@ -106,24 +106,18 @@ FileKind file_kind(const std::wstring& path) {
   return kind_of(information.dwFileAttributes);
 }
 
-std::error_code create_directories(const std::wstring& path) {
+bool create_directories(const std::wstring& path) {
   // Parents first; a directory that already exists is no error.
-  if (path.empty()) return std::make_error_code(std::errc::invalid_argument);
+  if (path.empty()) return false;
   const DWORD attributes = GetFileAttributesW(path.c_str());
-  if (attributes != INVALID_FILE_ATTRIBUTES) {
-    if (attributes & FILE_ATTRIBUTE_DIRECTORY) return {};
-    return std::make_error_code(std::errc::not_a_directory);
-  }
+  if (attributes != INVALID_FILE_ATTRIBUTES) return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
   std::size_t cut = path.find_last_of(L"\\/");
   while (cut != std::wstring::npos && cut > 0 && (path[cut - 1] == L'\\' || path[cut - 1] == L'/'))
     --cut;
-  if (cut != std::wstring::npos && cut > 0 && !(cut == 2 && path[1] == L':')) {
-    std::error_code parent = create_directories(path.substr(0, cut));
-    if (parent) return parent;
-  }
-  if (!CreateDirectoryW(path.c_str(), nullptr) && GetLastError() != ERROR_ALREADY_EXISTS)
-    return std::error_code(static_cast<int>(GetLastError()), std::system_category());
-  return {};
+  if (cut != std::wstring::npos && cut > 0 && !(cut == 2 && path[1] == L':') &&
+      !create_directories(path.substr(0, cut)))
+    return false;
+  return CreateDirectoryW(path.c_str(), nullptr) || GetLastError() == ERROR_ALREADY_EXISTS;
 }
 
 bool file_size(const std::wstring& path, std::uint64_t& size) {
