@@ -1,20 +1,18 @@
 // The installer download and its checks, timed inside the program, for tools/bench-download.sh.
 // Prints "start", then one answer line, each mode's figures after "ok" or the failure word.
-//   download_probe download <path> <size> <file>  download_to_file; "ok <bytes> <ms>". Waits for a
-//   line before
-//                                                 the download and one after it, so that the memory
-//                                                 the process holds can be read from outside at
-//                                                 both points.
-//   download_probe read <path> <size>             the same request, read by WinHttpReadData into
-//   one buffer
-//                                                 of the loop's size and nothing written; "ok
-//                                                 <bytes> <ms>"
-//   download_probe write <file> <size>            the loop's writes alone: <size> bytes by
-//   WriteFile in reads'
-//                                                 sizes, then FlushFileBuffers; "ok <write ms>
-//                                                 <flush ms>"
-//   download_probe verify <file> <size> <sha256>  sha256_file_hex, then the whole verify_installer;
-//                                                 "ok <sha256 ms> <verify ms> <verified 0|1>"
+//   download <path> <size> <file>  download_to_file; "ok <bytes> <ms>". Waits for a line before
+//                                  the download and one after it, so that the memory the process
+//                                  holds can be read from outside at both points.
+//   read <path> <size>             the same request, opened as download_to_file opens it, read by
+//                                  WinHttpReadData into one buffer of the loop's size, nothing
+//                                  written; "ok <bytes> <ms>"
+//   write <file> <size>            the loop's writes alone: <size> bytes by WriteFile in reads'
+//                                  sizes, then FlushFileBuffers; "ok <write ms> <flush ms>"
+//   trace <path> <size> <file>     the read-then-write loop with each call timed: "ok <bytes> <ms>
+//                                  <ms to the first read> <read ms> <write ms> <flush ms> <reads
+//                                  over 5 ms> <their ms>"
+//   verify <file> <size> <sha256>  sha256_file_hex, then the whole verify_installer;
+//                                  "ok <sha256 ms> <verify ms> <verified 0|1>"
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -43,20 +41,78 @@ void wait_for_line() {
   static_cast<void>(std::fgets(line, sizeof line, stdin));
 }
 
-std::uint64_t read_only(const std::wstring& path) {
+double ms_between(Clock::time_point begin, Clock::time_point end) {
+  return std::chrono::duration<double, std::milli>(end - begin).count();
+}
+
+// The request as download_to_file makes it, up to its first read.
+struct Request {
+  nv::platform::HttpHandle session, connection, request;
+};
+
+Request open_request(const std::wstring& path) {
   namespace p = nv::platform;
-  const p::HttpHandle session = p::http_open(nv::update_user_agent, false);
-  const p::HttpHandle connection =
-      p::http_connect(session.get(), nv::build::update_host, nv::update_port);
-  const p::HttpHandle request = p::http_open_request(connection.get(), path);
-  if (!request || !p::http_send(request.get(), nullptr) || !p::http_receive(request.get()))
+  Request r;
+  r.session = p::http_open(nv::update_user_agent, false);
+  if (!r.session) nv::fail(nv::failure::download_network);
+  p::http_set_timeouts(r.session.get(), {5000, 5000, 10000, 10000});
+  r.connection = p::http_connect(r.session.get(), nv::build::update_host, nv::update_port);
+  r.request = p::http_open_request(r.connection.get(), path);
+  if (!r.request) nv::fail(nv::failure::download_network);
+  p::http_refuse_redirects(r.request.get());
+  if (!p::http_send(r.request.get(), nullptr) || !p::http_receive(r.request.get()))
     nv::fail(nv::failure::download_network);
+  const auto code = p::http_status_code(r.request.get());
+  if (!code || *code != 200) nv::fail(nv::failure::download_unavailable);
+  return r;
+}
+
+std::uint64_t read_only(const std::wstring& path) {
+  const Request r = open_request(path);
   std::vector<char> buffer(nv::download_read_size);
   std::uint64_t total = 0;
   for (std::uint32_t count = 1; count > 0; total += count)
-    if (!p::http_read(request.get(), buffer.data(), nv::download_read_size, &count))
+    if (!nv::platform::http_read(r.request.get(), buffer.data(), nv::download_read_size, &count))
       nv::fail(nv::failure::download_network);
   return total;
+}
+
+// A read that long is the thread waiting for the processor or for the peer, not work of its own.
+constexpr double stall_ms = 5;
+
+// download_to_file's loop with a clock around each call; the figures after "ok".
+std::string traced(const std::wstring& path, const std::wstring& file_path) {
+  namespace p = nv::platform;
+  const auto begin = Clock::now();
+  const Request r = open_request(path);
+  const p::NewFile file = p::create_new_file(file_path);
+  if (!file) nv::fail(nv::failure::download_file);
+  const double opening = ms_between(begin, Clock::now());
+  std::vector<char> buffer(nv::download_read_size);
+  std::uint64_t total = 0, stalls = 0;
+  double reading = 0, writing = 0, stalled = 0;
+  for (;;) {
+    std::uint32_t count = 0;
+    const auto before_read = Clock::now();
+    if (!p::http_read(r.request.get(), buffer.data(), nv::download_read_size, &count))
+      nv::fail(nv::failure::download_network);
+    const auto after_read = Clock::now();
+    const double read_ms = ms_between(before_read, after_read);
+    reading += read_ms;
+    if (read_ms > stall_ms) ++stalls, stalled += read_ms;
+    if (count == 0) break;
+    total += count;
+    if (!p::write_all(file.get(), buffer.data(), count)) nv::fail(nv::failure::download_file);
+    writing += ms_between(after_read, Clock::now());
+  }
+  const auto before_flush = Clock::now();
+  if (!p::flush_file(file.get())) nv::fail(nv::failure::download_incomplete);
+  const double flushing = ms_between(before_flush, Clock::now());
+  char figures[160];
+  std::snprintf(figures, sizeof figures, "ok %llu %lld %.0f %.0f %.0f %.0f %llu %.0f",
+                static_cast<unsigned long long>(total), ms_since(begin), opening, reading, writing,
+                flushing, static_cast<unsigned long long>(stalls), stalled);
+  return figures;
 }
 
 }  // namespace
@@ -80,6 +136,8 @@ int wmain(int argc, wchar_t** argv) {
       const auto begin = Clock::now();
       const std::uint64_t total = read_only(argv[2]);
       answer = "ok " + std::to_string(total) + " " + std::to_string(ms_since(begin));
+    } else if (mode == L"trace" && argc == 5) {
+      answer = traced(argv[2], argv[4]);
     } else if (mode == L"write" && argc == 4) {
       const std::vector<char> bytes(nv::download_read_size, 'x');
       auto begin = Clock::now();
