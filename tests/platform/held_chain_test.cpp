@@ -83,7 +83,8 @@ TEST(HeldFolders, LinksAreRefusedAndRemovedAsThemselves) {
   EXPECT_FALSE(hold_cache_chain(dir / L"U", {L"linked"}, true));
   EXPECT_FALSE(hold_cache_chain(dir.path, {L"link"}, false));
   // Links above the first folder are followed.
-  EXPECT_TRUE(hold_cache_chain(dir / L"link", {}, false));
+  fs::create_directory(target / "inner");
+  EXPECT_TRUE(hold_cache_chain(dir / L"link\\inner", {}, false));
 
   // A tree with links at two depths goes; what they name stays.
   test::write_bytes(dir / L"U\\old\\deep\\file", "inside");

@@ -42,7 +42,8 @@ OwnAttributes attributes_of(const struct stat& info) {
 
 // A name of one entry, never a path: no separator, no "." or "..".
 bool plain_name(const std::string& name) {
-  return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+  return !name.empty() && name != "." && name != ".." &&
+         name.find_first_of("/\\") == std::string::npos;
 }
 
 HeldResult hold_at(int directory, const std::string& name) {
