@@ -37,6 +37,17 @@ TEST(HeldFolders, MadeWhereMissingAndFoundByTheirResolvedPath) {
         << name;
 }
 
+TEST(HeldFolders, ATreeGoesWithAllItHolds) {
+  test::TempDir dir;
+  test::write_bytes(dir / L"U\\old\\deep\\file", "inside");
+  test::write_bytes(dir / L"U\\old\\top", "inside");
+  const auto chain = hold_cache_chain(dir / L"U", {}, false);
+  ASSERT_TRUE(chain);
+  platform::remove_held_entry(chain->innermost(), L"old");
+  EXPECT_FALSE(fs::exists(test::to_fs(dir / L"U\\old\\top")));
+  EXPECT_FALSE(fs::exists(test::to_fs(dir / L"U\\old")));
+}
+
 #ifdef _WIN32
 // Another program's attempt, through a handle of its own.
 bool renamed(const std::wstring& path) {

@@ -1,8 +1,8 @@
 // Folders held through handles opened with FILE_FLAG_OPEN_REPARSE_POINT and
 // without FILE_SHARE_DELETE. Below a held folder every name is opened by the
 // folder's resolved path, whose folders can then neither be renamed nor become
-// links, and every removal goes through a handle whose own attributes were
-// checked first.
+// links; a folder is entered only once it is held itself, and every removal
+// takes away a name inside a held folder, never what a link names.
 #include "platform/held_folders.h"
 
 #include <windows.h>
@@ -85,12 +85,6 @@ HeldResult hold_handle(win32::UniqueFile handle) {
   return result;
 }
 
-bool mark_deleted(HANDLE file) {
-  FILE_DISPOSITION_INFO disposition{};
-  disposition.DeleteFile = TRUE;
-  return SetFileInformationByHandle(file, FileDispositionInfo, &disposition, sizeof disposition);
-}
-
 }  // namespace
 
 void HeldFolderCloser::operator()(HeldFolder* folder) const { delete folder; }
@@ -142,21 +136,18 @@ std::vector<HeldEntry> list_held(const HeldFolder& folder) {
 void remove_held_entry(const HeldFolder& parent, const std::wstring& name) {
   if (!plain_name(name)) return;
   const std::wstring path = append_path(parent.path, name);
-  win32::UniqueFile handle = open_own(path, DELETE | FILE_LIST_DIRECTORY);
-  if (!handle) handle = open_own(path, DELETE);  // a file that cannot be listed
-  if (!handle) return;
-  const auto own = attributes_of(handle.get());
-  if (!own) return;
-  if (hold_status_of(*own) == Hold::held) {
-    HeldResult inner = hold_handle(std::move(handle));
-    if (!inner.folder || folded_path(inner.folder->path) != folded_path(path)) return;
+  HeldResult inner = hold_folder_in(parent, name, false);
+  if (inner.folder) {
+    // Held while it is emptied, so it cannot be swapped for a link meanwhile.
     for (const HeldEntry& entry : list_held(*inner.folder))
       remove_held_entry(*inner.folder, entry.name);
-    mark_deleted(inner.folder->handle.get());
+    inner.folder.reset();
+    RemoveDirectoryW(path.c_str());
     return;
   }
-  // A file, or a link by itself: the handle is the link, not what it names.
-  mark_deleted(handle.get());
+  // Neither call follows a link: each removes the name itself, which lies in the held parent.
+  if (inner.status == Hold::link || inner.status == Hold::not_folder)
+    if (!DeleteFileW(path.c_str())) RemoveDirectoryW(path.c_str());
 }
 
 }  // namespace nv::platform
