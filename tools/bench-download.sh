@@ -19,6 +19,8 @@ cmake --preset windows >/dev/null
 cmake --build --preset windows -j 2 >/dev/null
 build=$PWD/build/windows
 . tools/update-session.sh
+# Evaluated when the session ends, so $build is read then.
+# shellcheck disable=SC2016
 finish_also='rm -rf "$build/bench-download"'
 NV_PKI=$build/pki NV_FEED_PROBE=$build/tests/feed_probe.exe NV_E2E_CASES=$build/bench-download \
   /usr/bin/python3 - "${1:-5}" "$build" <<'PY'

@@ -12,6 +12,7 @@
 #include "host/identification.h"
 #include "platform/dialogs.h"
 #include "platform/files.h"
+#include "platform/held_folders.h"
 #include "platform/known_folders.h"
 #include "platform/process_start.h"
 #include "platform/processes.h"
@@ -86,10 +87,8 @@ std::vector<platform::RestartProcess> host_processes(const std::wstring& host_pa
   return found;
 }
 
-bool old_enough(const std::wstring& path, std::uint64_t now) {
-  std::uint64_t written = 0;
-  return platform::last_write_time(path, written) && now >= written &&
-         now - written >= installer_cache_age_limit;
+bool old_enough(const std::optional<std::uint64_t>& written, std::uint64_t now) {
+  return written && now >= *written && now - *written >= installer_cache_age_limit;
 }
 
 bool is_revision_name(const std::wstring& name) {
@@ -103,6 +102,30 @@ bool is_part_file(const std::wstring& name) {
   const std::size_t dot = file.rfind(L'.');
   return dot != std::wstring::npos && dot > 0 &&
          file.compare(dot, std::wstring::npos, part_extension) == 0;
+}
+
+// Works only through held folders: a revision folder is entered only when it could be held, which
+// a link never can, and whatever is removed goes as itself.
+void prune_held(const platform::HeldFolder& channel, std::int32_t keep_revision,
+                std::uint64_t now) {
+  std::vector<platform::HeldEntry> folders;
+  for (platform::HeldEntry& entry : platform::list_held(channel))
+    if (entry.kind == platform::FileKind::directory) folders.push_back(std::move(entry));
+  const std::wstring kept = std::to_wstring(keep_revision);
+  for (const platform::HeldEntry& folder : folders) {
+    if (!is_revision_name(folder.name)) continue;  // foreign folders survive
+    if (folder.name != kept) {
+      if (old_enough(folder.write_time, now)) platform::remove_held_entry(channel, folder.name);
+      continue;
+    }
+    // The running revision keeps its installer; only what a crash left behind goes.
+    const platform::HeldResult revision = platform::hold_folder_in(channel, folder.name, false);
+    if (!revision.folder) continue;
+    for (const platform::HeldEntry& entry : platform::list_held(*revision.folder))
+      if (entry.kind == platform::FileKind::regular && is_part_file(entry.name) &&
+          old_enough(entry.write_time, now))
+        platform::remove_held_entry(*revision.folder, entry.name);
+  }
 }
 
 }  // namespace
@@ -155,14 +178,15 @@ bool start_installer(const std::wstring& installer_path, const std::wstring& hos
   return platform::start_program(installer_path, line).started;
 }
 
-InstallerStart start_verified_installer(const std::wstring& installer_path,
+InstallerStart start_verified_installer(const CacheChain& folder, const std::wstring& name,
                                         const ReleaseManifest& manifest,
                                         const std::wstring& host_path, bool resume_dark,
                                         const std::wstring& browser_dark,
                                         const std::wstring& diagnostic_path) {
+  const std::wstring installer_path = append_path(folder.path, name);
   // Held until CreateProcessW has returned: what was verified is what starts.
   const platform::HeldFile held = platform::hold_file(installer_path);
-  if (!held || !passes(HeldInstaller{*held, installer_path}, manifest))
+  if (!held || !folder.intact() || !passes(HeldInstaller{*held, installer_path}, manifest))
     return InstallerStart::refused;
   return start_installer(installer_path, host_path, resume_dark, browser_dark, diagnostic_path)
              ? InstallerStart::started
@@ -178,32 +202,16 @@ void report_update_failure(UpdateFailure phase) {
 void clean_update_cache() try {
   const std::wstring root = updates_root();
   if (root.empty()) return;
-  prune_update_folder(append_path(root, installer_cache_channel), build::current_revision,
-                      platform::system_time());
+  if (const auto channel = hold_cache_chain(root, {installer_cache_channel}, false))
+    prune_held(channel->innermost(), build::current_revision, platform::system_time());
 } catch (...) {
   // A file that cannot go stays until the next launch.
 }
 
 void prune_update_folder(const std::wstring& channel_folder, std::int32_t keep_revision,
                          std::uint64_t now) try {
-  if (platform::file_kind(channel_folder) != platform::FileKind::directory) return;
-  std::vector<std::wstring> folders;
-  for (const platform::DirectoryEntry& entry : platform::list_directory(channel_folder))
-    if (entry.kind == platform::FileKind::directory) folders.push_back(entry.path);
-  const std::wstring kept = std::to_wstring(keep_revision);
-  for (const std::wstring& folder : folders) {
-    const std::wstring name = name_of(folder);
-    if (!is_revision_name(name)) continue;  // foreign folders survive
-    if (name != kept) {
-      if (old_enough(folder, now)) platform::remove_tree(folder);
-      continue;
-    }
-    // The running revision keeps its installer; only what a crash left behind goes.
-    for (const platform::DirectoryEntry& entry : platform::list_directory(folder))
-      if (entry.kind == platform::FileKind::regular && is_part_file(name_of(entry.path)) &&
-          old_enough(entry.path, now))
-        platform::remove_tree(entry.path);
-  }
+  if (const auto channel = hold_cache_chain(channel_folder, {}, false))
+    prune_held(channel->innermost(), keep_revision, now);
 } catch (...) {
 }
 

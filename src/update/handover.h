@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "update/cache_chain.h"
 #include "update/manifest.h"
 
 namespace nv {
@@ -36,12 +37,14 @@ bool start_installer(const std::wstring& installer_path, const std::wstring& hos
                      bool resume_dark, const std::wstring& browser_dark,
                      const std::wstring& diagnostic_path);
 
-// The last verification and the start as one act: the file is held open, not
-// through a link and with nobody allowed to write, rename or delete it, from
-// before its verification (through that handle) until CreateProcessW has
-// returned. Raises what sha256_file_hex raises.
+// The last verification and the start as one act, for the installer `name` in
+// a held cache folder: the folders are checked once more through their handles,
+// and the file is held open, not through a link and with nobody allowed to
+// write, rename or delete it, from before its verification (through that
+// handle) until CreateProcessW has returned. The process starts from the
+// folder's resolved path. Raises what sha256_file_hex raises.
 enum class InstallerStart { started, refused, start_failed };
-InstallerStart start_verified_installer(const std::wstring& installer_path,
+InstallerStart start_verified_installer(const CacheChain& folder, const std::wstring& name,
                                         const ReleaseManifest& manifest,
                                         const std::wstring& host_path, bool resume_dark,
                                         const std::wstring& browser_dark,
@@ -53,9 +56,12 @@ enum class UpdateFailure { download, start };
 // The user's message for it (none in silent mode).
 void report_update_failure(UpdateFailure phase);
 
-// Prunes the channel folder of the installer cache for current_revision.
+// Prunes the channel folder of the installer cache for current_revision. Neither
+// updates_root() nor its channel folder may be a link; nothing is entered,
+// listed or removed through one at any depth, and a link inside is removed as a
+// link.
 void clean_update_cache();  // never throws
-// `now` in FILETIME units. Never throws.
+// `now` in FILETIME units; the channel folder itself must not be a link. Never throws.
 void prune_update_folder(const std::wstring& channel_folder, std::int32_t keep_revision,
                          std::uint64_t now);
 

@@ -1,10 +1,12 @@
 #include "update/pipeline.h"
 
 #include <chrono>
+#include <optional>
 
 #include "foundation/atomic_write.h"
 #include "foundation/paths.h"
 #include "foundation/sentences.h"
+#include "update/cache_chain.h"
 #include "update/handover.h"
 #include "update/schedule.h"
 
@@ -15,13 +17,19 @@ bool finished(std::future<bool>& worker) {
   return worker.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
 }
 
-DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring& target) {
+// The revision folder and every folder up to updates_root(), made where missing and held from
+// before the download until the installer has started. Nullopt (a failed download) when one of
+// them is a link or cannot be held.
+std::optional<CacheChain> hold_revision_folder(const ReleaseManifest& manifest) {
   const std::wstring root = updates_root();
-  if (root.empty()) return DownloadResult::failed;
-  const std::wstring folder =
-      root + L"\\" + installer_cache_channel + L"\\" + std::to_wstring(manifest.revision);
-  create_directories(folder);
-  target = folder + L"\\" + name_of(manifest.path);
+  if (root.empty()) return std::nullopt;
+  return hold_cache_chain(root, {installer_cache_channel, std::to_wstring(manifest.revision)},
+                          true);
+}
+
+DownloadResult download_to_target(const CacheChain& folder, const ReleaseManifest& manifest,
+                                  std::wstring& target) {
+  target = append_path(folder.path, name_of(manifest.path));
   if (verify_installer(target, manifest)) return DownloadResult::ready;
 
   Replacement part(target, download_temporary);
@@ -52,11 +60,20 @@ DownloadResult download_to_target(const ReleaseManifest& manifest, std::wstring&
   return verify_installer(target, manifest) ? DownloadResult::ready : DownloadResult::failed;
 }
 
+DownloadResult download_held(const std::optional<CacheChain>& folder,
+                             const ReleaseManifest& manifest, std::wstring& target) {
+  try {
+    return folder ? download_to_target(*folder, manifest, target) : DownloadResult::failed;
+  } catch (...) {
+    return DownloadResult::failed;
+  }
+}
+
 }  // namespace
 
 DownloadResult download_installer(const ReleaseManifest& manifest, std::wstring& target) {
   try {
-    return download_to_target(manifest, target);
+    return download_held(hold_revision_folder(manifest), manifest, target);
   } catch (...) {
     return DownloadResult::failed;
   }
@@ -87,7 +104,8 @@ bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& ho
   UpdateFailure phase = UpdateFailure::download;
   try {
     std::wstring target;
-    const DownloadResult downloaded = download_installer(manifest, target);
+    const std::optional<CacheChain> folder = hold_revision_folder(manifest);
+    const DownloadResult downloaded = download_held(folder, manifest, target);
     if (downloaded == DownloadResult::cancelled) return false;
     if (downloaded == DownloadResult::failed) {
       report_update_failure(UpdateFailure::download);
@@ -99,10 +117,10 @@ bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& ho
       return false;
     }
     if (!wait_for_host_exit(host_path, install_root)) return false;
-    // The last check and the start share one held handle, so nothing can swap the file between
-    // them.
-    if (start_verified_installer(target, manifest, host_path, resume_dark, browser_dark,
-                                 diagnostic_path) != InstallerStart::started) {
+    // The last check and the start share one held handle, and the folders above it have been held
+    // since before the download, so nothing can swap the file or its path between them.
+    if (start_verified_installer(*folder, name_of(target), manifest, host_path, resume_dark,
+                                 browser_dark, diagnostic_path) != InstallerStart::started) {
       report_update_failure(UpdateFailure::start);
       return false;
     }

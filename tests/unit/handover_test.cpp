@@ -136,10 +136,12 @@ TEST(Installer, RefusedUnlessTheFileItselfMatchesAndBothSignersSigned) {
       {path, orvane, orvane, false},
       {path, elin_first, elin, false},
       {path, orvane, elin, true}};  // the last one stays scripted
+  const std::optional<CacheChain> folder = hold_cache_chain(dir.path, {}, false);
+  ASSERT_TRUE(folder);
   for (const auto& [file, first, second, passes] : cases) {
     fake = {};
     fake.signatures = {{{folded_path(file), 0}, first}, {{folded_path(file), 1}, second}};
-    EXPECT_EQ(start_verified_installer(file, good, host, true, L"", L""),
+    EXPECT_EQ(start_verified_installer(*folder, name_of(file), good, host, true, L"", L""),
               passes ? InstallerStart::started : InstallerStart::refused);
   }
   std::string upper = good.sha256;  // the digest in upper case; a byte more or less than the file
@@ -156,7 +158,7 @@ TEST(Installer, RefusedUnlessTheFileItselfMatchesAndBothSignersSigned) {
       };
 #endif
   fake.process_start_result = {false, 2};
-  EXPECT_EQ(start_verified_installer(path, good, host, true, L"", L""),
+  EXPECT_EQ(start_verified_installer(*folder, L"Setup.exe", good, host, true, L"", L""),
             InstallerStart::start_failed);
 }
 

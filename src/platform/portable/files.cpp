@@ -10,6 +10,8 @@
 #include <iterator>
 #include <limits>
 
+#include "foundation/paths.h"
+#include "platform/held_folders.h"
 #include "platform/portable/native_path.h"
 #include "platform/portable/open_file.h"
 
@@ -152,9 +154,9 @@ bool last_write_time(const std::wstring& path, std::uint64_t& time) {
 }
 
 void remove_tree(const std::wstring& path) {
-  std::error_code ignored;
-  std::filesystem::remove_all(portable::to_native(path),
-                              ignored);  // links are removed, not followed
+  // Through held folders, so that a link at any depth goes by itself and is never entered.
+  const HeldResult parent = hold_folder(parent_of(path));
+  if (parent.folder) remove_held_entry(*parent.folder, name_of(path));
 }
 
 }  // namespace nv::platform

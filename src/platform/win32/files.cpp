@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "foundation/paths.h"
+#include "platform/held_folders.h"
 #include "platform/win32/open_file.h"
 #include "platform/win32/owners.h"
 
@@ -210,16 +211,9 @@ bool last_write_time(const std::wstring& path, std::uint64_t& time) {
 }
 
 void remove_tree(const std::wstring& path) {
-  const DWORD attributes = GetFileAttributesW(path.c_str());
-  if (attributes == INVALID_FILE_ATTRIBUTES) return;
-  if (!(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
-    DeleteFileW(path.c_str());
-    return;
-  }
-  // A junction or directory link goes by itself; what it points at stays.
-  if (!(attributes & FILE_ATTRIBUTE_REPARSE_POINT))
-    for (const DirectoryEntry& entry : list_directory(path)) remove_tree(entry.path);
-  RemoveDirectoryW(path.c_str());
+  // Through held folders, so that a link at any depth goes by itself and is never entered.
+  const HeldResult parent = hold_folder(parent_of(path));
+  if (parent.folder) remove_held_entry(*parent.folder, name_of(path));
 }
 
 }  // namespace nv::platform

@@ -1,0 +1,181 @@
+// The update cache's folders as the update and the clean-up see them: a link anywhere from
+// Tenebrix\Updates down stops the update and the clean-up, and a link above may be re-pointed
+// without changing what starts.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+
+#include "build_config.h"
+#include "fake_platform.h"
+#include "foundation/encoding.h"
+#include "foundation/paths.h"
+#include "foundation/sentences.h"
+#include "platform/held_folders.h"
+#include "test_support.h"
+#include "update/handover.h"
+#include "update/pipeline.h"
+
+namespace nv {
+namespace {
+
+namespace fs = std::filesystem;
+using platform::Hold;
+
+// What the platform cannot show here: junctions and reparse points of other kinds.
+TEST(HeldFolder, EveryReparsePointIsRefusedWhateverItsTag) {
+  struct Row {
+    const char* name;
+    std::uint32_t attributes = platform::file_attribute_directory;
+    std::uint32_t tag = 0;
+    Hold status = Hold::held;
+  };
+  constexpr std::uint32_t reparse = platform::file_attribute_reparse_point;
+  const Row rows[] = {
+      {.name = "plain folder"},
+      {.name = "junction",
+       .attributes = platform::file_attribute_directory | reparse,
+       .tag = platform::reparse_tag_mount_point,
+       .status = Hold::link},
+      {.name = "symbolic link",
+       .attributes = platform::file_attribute_directory | reparse,
+       .tag = platform::reparse_tag_symlink,
+       .status = Hold::link},
+      {.name = "cloud placeholder",
+       .attributes = platform::file_attribute_directory | reparse,
+       .tag = 0x9000001A,
+       .status = Hold::link},
+      {.name = "tag without the attribute", .tag = 0x9000001A, .status = Hold::link},
+      {.name = "file", .attributes = 0x20, .status = Hold::not_folder},
+  };
+  for (const Row& row : rows)
+    EXPECT_EQ(platform::hold_status_of({row.attributes, row.tag, 0}), row.status) << row.name;
+}
+
+#ifndef _WIN32  // Wine makes no link that a Windows program sees, and its known folder is fixed
+
+// LOCALAPPDATA for the life of a test; the native build's known folder reads it.
+struct LocalAppData {
+  explicit LocalAppData(const std::wstring& path) {
+    ::setenv("LOCALAPPDATA", to_utf8(path).c_str(), 1);
+  }
+  ~LocalAppData() { ::unsetenv("LOCALAPPDATA"); }
+};
+
+const std::string installer_bytes = "the verified installer";
+constexpr std::uint64_t two_days = 2 * installer_cache_age_limit;
+
+// The release of `installer`, in the running revision's folder of the cache and passing every test
+// (its signatures scripted at each of `paths`), so that the update goes straight to the start.
+ReleaseManifest cached_release(const std::wstring& installer,
+                               const std::vector<std::wstring>& paths) {
+  for (const std::wstring& path : paths)
+    for (std::uint32_t index : {0u, 1u})
+      fake.signatures[{folded_path(path), index}] = {
+          true, true, index ? installer_secondary_signer : installer_primary_signer, 1};
+  return {build::current_revision,
+          0,
+          installer_bytes.size(),
+          L"1.7",
+          L"/downloads/releases/stable/16/Setup.exe",
+          sha256_file_hex(installer)};
+}
+
+void make_old(const fs::path& path) {
+  fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(48));
+}
+
+// The first argument of a recorded start: the installer's quoted path.
+std::wstring started_file() {
+  const std::wstring& line = fake.process_starts.at(0).first;
+  return line.substr(1, line.find(L'"', 1) - 1);
+}
+
+const FakeProcess stranger{{60, 4, L"Paltalk.exe"}, L"Q:\\O\\Paltalk.exe"};
+
+TEST(CacheChain, ALinkFromUpdatesDownStopsTheUpdateAndTheCleanUp) {
+  enum class Link { none, updates, stable, revision };
+  struct Row {
+    const char* name;
+    Link link = Link::none;
+  };
+  const Row rows[] = {{.name = "no link"},
+                      {.name = "Updates", .link = Link::updates},
+                      {.name = "stable", .link = Link::stable},
+                      {.name = "revision folder", .link = Link::revision}};
+  const std::wstring kept = std::to_wstring(build::current_revision),
+                     older = std::to_wstring(build::current_revision - 1);
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    fake = {};
+    fake.processes = {stranger};
+    test::TempDir dir;
+    const LocalAppData local(dir / L"Local");
+    const std::wstring updates = dir / L"Local\\Tenebrix\\Updates", channel = updates + L"\\stable",
+                       revision = channel + L"\\" + kept, installer = revision + L"\\Setup.exe";
+    test::write_bytes(installer, installer_bytes);
+    test::write_bytes(revision + L"\\a.part", "left by a crash");
+    test::write_bytes(channel + L"\\" + older + L"\\old.bin", "an older download");
+    for (const std::wstring& old : {revision + L"\\a.part", channel + L"\\" + older})
+      make_old(test::to_fs(old));
+    // The linked folder moves out, and a link to it takes its place.
+    const std::wstring linked = row.link == Link::updates  ? updates
+                                : row.link == Link::stable ? channel
+                                                           : revision;
+    const fs::path outside = test::to_fs(dir / L"outside");
+    if (row.link != Link::none) {
+      fs::rename(test::to_fs(linked), outside);
+      fs::create_directory_symlink(outside, test::to_fs(linked));
+    }
+    std::vector<fs::path> outside_files;
+    if (row.link != Link::none)
+      for (const auto& entry : fs::recursive_directory_iterator(outside))
+        outside_files.push_back(entry.path());
+
+    const bool started = run_update_pipeline(cached_release(installer, {installer}),
+                                             L"Q:\\P\\Paltalk.exe", true, dir / L"T", L"", L"");
+    clean_update_cache();
+    const bool linked_row = row.link != Link::none;
+    EXPECT_EQ(started, !linked_row);
+    EXPECT_EQ(fake.process_starts.size(), linked_row ? 0u : 1u);
+    EXPECT_EQ(fake.message_boxes,
+              std::vector<std::wstring>(linked_row, sentence::update_download_failed));
+    for (const fs::path& file : outside_files) EXPECT_TRUE(fs::exists(file)) << file;
+    if (!linked_row) {  // the clean-up did run where it may
+      EXPECT_FALSE(fs::exists(test::to_fs(channel + L"\\" + older)));
+      EXPECT_FALSE(fs::exists(test::to_fs(revision + L"\\a.part")));
+      EXPECT_TRUE(fs::exists(test::to_fs(installer)));
+    }
+  }
+}
+
+// %LOCALAPPDATA% may itself be a link (a moved profile); the update follows it once, when it
+// takes hold of Tenebrix\Updates, and starts what it verified even if the link is re-pointed.
+TEST(CacheChain, ALinkAboveTenebrixReTargetedBeforeTheStartChangesNothingThatStarts) {
+  fake = {};
+  fake.processes = {stranger};
+  test::TempDir dir;
+  const std::wstring tail =
+      L"\\Tenebrix\\Updates\\stable\\" + std::to_wstring(build::current_revision) + L"\\Setup.exe";
+  test::write_bytes(dir / (L"real" + tail), installer_bytes);
+  test::write_bytes(dir / (L"other" + tail), "another program");
+  const fs::path link = test::to_fs(dir / L"Local");
+  fs::create_directory_symlink(test::to_fs(dir / L"real"), link);
+  const LocalAppData local(dir / L"Local");
+  // Both places pass the scripted signatures: only the bytes tell them apart.
+  const ReleaseManifest release =
+      cached_release(dir / (L"real" + tail),
+                     {dir / (L"Local" + tail), dir / (L"real" + tail), dir / (L"other" + tail)});
+  fake.during_start = [&] {
+    fs::remove(link);
+    fs::create_directory_symlink(test::to_fs(dir / L"other"), link);
+  };
+  ASSERT_TRUE(run_update_pipeline(release, L"Q:\\P\\Paltalk.exe", true, dir / L"T", L"", L""));
+  std::string bytes;
+  ASSERT_TRUE(platform::read_file(started_file(), bytes));
+  EXPECT_EQ(bytes, installer_bytes);
+}
+
+#endif
+
+}  // namespace
+}  // namespace nv
