@@ -15,7 +15,7 @@ bool CacheChain::intact() const {
 
 std::optional<CacheChain> hold_cache_chain(const std::wstring& root,
                                            const std::vector<std::wstring>& names, bool create) {
-  if (create && create_directories(root)) return std::nullopt;
+  if (create) create_directories(root);  // raises when it cannot be made
   CacheChain chain;
   platform::HeldResult step = platform::hold_folder(root);
   for (std::size_t i = 0;; ++i) {

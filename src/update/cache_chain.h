@@ -23,7 +23,7 @@ struct CacheChain {
 // Holds `root` and then each of `names` inside the one before, making a missing
 // folder when `create` is set. Nullopt when any of them is a link or another
 // reparse point, not a folder, open to someone who could rename it, or cannot be
-// made or held.
+// made or held; raises "create_directories" when the root itself cannot be made.
 std::optional<CacheChain> hold_cache_chain(const std::wstring& root,
                                            const std::vector<std::wstring>& names, bool create);
 
