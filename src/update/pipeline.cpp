@@ -27,8 +27,15 @@ std::optional<CacheChain> hold_revision_folder(const ReleaseManifest& manifest) 
                           true);
 }
 
+// Whatever way the dialog ends, an exception included, the worker is told to stop before
+// anything waits for it: the future of std::async waits in its destructor.
+struct StopWorkerOnExit {
+  DownloadProgress& progress;
+  ~StopWorkerOnExit() { progress.cancel = true; }
+};
+
 DownloadResult download_to_target(const CacheChain& folder, const ReleaseManifest& manifest,
-                                  std::wstring& target) {
+                                  std::wstring& target, const DownloadBody& body) {
   target = append_path(folder.path, name_of(manifest.path));
   if (verify_installer(target, manifest)) return DownloadResult::ready;
 
@@ -36,12 +43,13 @@ DownloadResult download_to_target(const CacheChain& folder, const ReleaseManifes
   DownloadProgress progress;
   std::future<bool> worker = std::async(std::launch::async, [&]() noexcept {
     try {
-      download_to_file(manifest, part.temporary(), progress);
+      body(manifest, part.temporary(), progress);
       return true;
     } catch (...) {
       return false;
     }
   });
+  const StopWorkerOnExit stop{progress};
   DownloadDialogState state{&progress, &worker, false};
   const int pressed = platform::timer_dialog(
       {sentence::product_title, sentence::download_title, sentence::download_content,
@@ -50,7 +58,7 @@ DownloadResult download_to_target(const CacheChain& folder, const ReleaseManifes
       [&](const platform::DialogWindow& dialog, platform::DialogEvent event, int button) {
         return download_dialog_callback(state, dialog, event, button);
       });
-  const bool dialog_failed = pressed == platform::dialog_failed;
+  const bool dialog_failed = pressed == platform::dialog_failed || state.failed;
   if (dialog_failed) progress.cancel = true;
   const bool downloaded = worker.get();
   if (dialog_failed) return DownloadResult::failed;
@@ -61,9 +69,10 @@ DownloadResult download_to_target(const CacheChain& folder, const ReleaseManifes
 }
 
 DownloadResult download_held(const std::optional<CacheChain>& folder,
-                             const ReleaseManifest& manifest, std::wstring& target) {
+                             const ReleaseManifest& manifest, std::wstring& target,
+                             const DownloadBody& body = download_to_file) {
   try {
-    return folder ? download_to_target(*folder, manifest, target) : DownloadResult::failed;
+    return folder ? download_to_target(*folder, manifest, target, body) : DownloadResult::failed;
   } catch (...) {
     return DownloadResult::failed;
   }
@@ -71,16 +80,17 @@ DownloadResult download_held(const std::optional<CacheChain>& folder,
 
 }  // namespace
 
-DownloadResult download_installer(const ReleaseManifest& manifest, std::wstring& target) {
+DownloadResult download_installer(const ReleaseManifest& manifest, std::wstring& target,
+                                  const DownloadBody& body) {
   try {
-    return download_held(hold_revision_folder(manifest), manifest, target);
+    return download_held(hold_revision_folder(manifest), manifest, target, body);
   } catch (...) {
     return DownloadResult::failed;
   }
 }
 
 int download_dialog_callback(DownloadDialogState& state, const platform::DialogWindow& dialog,
-                             platform::DialogEvent event, int button) {
+                             platform::DialogEvent event, int button) try {
   if (event == platform::DialogEvent::timer) {
     dialog.set_progress(state.progress->percent);
     if (finished(*state.worker)) {
@@ -96,6 +106,12 @@ int download_dialog_callback(DownloadDialogState& state, const platform::DialogW
   // The dialog stays until the worker has really stopped; the timer closes it then.
   dialog.set_content(sentence::download_cancelling);
   return 1;
+} catch (...) {
+  // Nothing may leave a callback of the system: the download stops and counts as failed, and
+  // the timer closes the dialog once the worker has.
+  state.failed = true;
+  state.progress->cancel = true;
+  return 0;
 }
 
 bool run_update_pipeline(const ReleaseManifest& manifest, const std::wstring& host_path,

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <new>
 #include <thread>
 
 #include "foundation/paths.h"
@@ -46,6 +47,7 @@ void DialogWindow::set_content(const std::wstring& text) const {
 
 int timer_dialog(const TimerDialog& dialog, const DialogCallback& callback) {
   fake.timer_dialogs.push_back(dialog.main_instruction);
+  if (fake.timer_dialog_throws) throw std::bad_alloc();
   const DialogWindow window;
   pending_click.reset();
   // A click closes the dialog unless the callback keeps it open.

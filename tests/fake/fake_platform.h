@@ -33,7 +33,8 @@ struct Fake {
   // Cancel after 5,000 ticks.
   std::vector<std::wstring> timer_dialogs, dialog_actions;
   std::deque<int> timer_dialog_clicks;
-  std::function<void()> timer_tick;                      // runs before each tick
+  std::function<void()> timer_tick;  // runs before each tick
+  bool timer_dialog_throws = false;  // the dialog cannot be built: std::bad_alloc
   platform::ProcessStart process_start_result{true, 0};  // started by default
   std::vector<std::pair<std::wstring, std::vector<std::uint16_t>>>
       process_starts;                  // command line, environment

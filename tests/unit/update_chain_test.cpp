@@ -4,10 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <new>
+#include <thread>
+#include <chrono>
 
 #include "build_config.h"
 #include "fake_platform.h"
 #include "foundation/encoding.h"
+#include "foundation/failure.h"
 #include "foundation/paths.h"
 #include "foundation/sentences.h"
 #include "platform/held_folders.h"
@@ -175,7 +179,50 @@ TEST(CacheChain, ALinkAboveTenebrixReTargetedBeforeTheStartChangesNothingThatSta
   EXPECT_EQ(bytes, installer_bytes);
 }
 
+// A download whose dialog fails stops its worker before it waits for it: the launch goes on at
+// once, and no temporary file is left.
+TEST(DownloadDialog, AFailureStopsTheWorkerBeforeWaitingForIt) {
+  fake = {};
+  fake.timer_dialog_throws = true;
+  test::TempDir dir;
+  const LocalAppData local(dir / L"Local");
+  // A download that runs until it is told to stop, or for ten seconds.
+  const DownloadBody endless = [](const ReleaseManifest&, const std::wstring& file,
+                                  DownloadProgress& progress) {
+    test::write_bytes(file, "part of the release");
+    const auto until = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!progress.cancel && std::chrono::steady_clock::now() < until)
+      std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    fail(failure::download_cancelled);
+  };
+  std::wstring target;
+  const auto start = std::chrono::steady_clock::now();
+  const ReleaseManifest release{
+      build::current_revision, 0, 4096, L"1.7", L"/downloads/releases/stable/16/Setup.exe",
+      std::string(64, '0')};
+  EXPECT_EQ(download_installer(release, target, endless), DownloadResult::failed);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(1));
+  const fs::path revision = test::to_fs(dir / L"Local\\Tenebrix\\Updates\\stable") /
+                            std::to_string(build::current_revision);
+  EXPECT_TRUE(fs::is_directory(revision));
+  EXPECT_TRUE(fs::is_empty(revision));
+}
+
 #endif
+
+// Nothing leaves the progress dialog's callback: a failure inside it (here a worker that cannot
+// be asked) stops the download and marks it failed.
+TEST(DownloadDialog, AFailureInsideTheCallbackStopsTheDownload) {
+  fake = {};
+  DownloadProgress progress{40, false};
+  std::future<bool> no_worker;
+  DownloadDialogState state{&progress, &no_worker, false};
+  int result = -1;
+  EXPECT_NO_THROW(result = download_dialog_callback(state, {}, platform::DialogEvent::timer, 0));
+  EXPECT_EQ(result, 0);
+  EXPECT_TRUE(progress.cancel);
+  EXPECT_TRUE(state.failed);
+}
 
 }  // namespace
 }  // namespace nv

@@ -82,12 +82,15 @@ void DialogWindow::set_content(const std::wstring& text) const {
 namespace {
 
 HRESULT CALLBACK timer_dialog_callback(HWND window, UINT notification, WPARAM wparam, LPARAM,
-                                       LONG_PTR data) {
+                                       LONG_PTR data) try {
   const auto& callback = *reinterpret_cast<const DialogCallback*>(data);
   const DialogWindow dialog{window};
   if (notification == TDN_TIMER) return callback(dialog, DialogEvent::timer, 0);
   if (notification == TDN_BUTTON_CLICKED)
     return callback(dialog, DialogEvent::button_clicked, static_cast<int>(wparam)) ? S_FALSE : S_OK;
+  return S_OK;
+} catch (...) {
+  // An exception must not unwind through the system's frames; the callers' own guards decide.
   return S_OK;
 }
 
