@@ -116,35 +116,6 @@ struct Install {
   }
 };
 
-TEST(Launch, VerdictOfEachBuild) {
-  const std::tuple<int, const wchar_t*, int, int, bool, const wchar_t*> cases[] = {
-      // file changed, its new major and minor version and debug flag (or a signer for all), the
-      // verdict
-      {-1, nullptr, 0, 0, false, sentence::unverified_build},
-      {-1, L"paltalk us llc", 0, 0, false, sentence::signed_update},
-      {-1, L"Paltalk US", 0, 0, false, sentence::unverified_build},
-      {-1, L"Paltalk US LLC 2", 0, 0, false, sentence::unverified_build},
-      {0, nullptr, 0, 0, false, sentence::host_not_x64},
-      {3, nullptr, 0, 0, false, sentence::qt_missing},
-      {2, nullptr, 6, 10, false, sentence::qt_below_floor},
-      {1, nullptr, 7, 11, false, sentence::qt_below_floor},
-      {3, nullptr, 6, 11, true, sentence::qt_below_floor},
-      {3, nullptr, 6, 12, false, sentence::qt_mismatch}};
-  for (const auto& [file, signer, major, minor, debug, verdict] : cases) {
-    Install in;
-    if (signer)
-      for (const auto& f : in.files)
-        fake.signatures[{folded_path(f), 0}] = {true, true,
-                                                f == in.exe ? signer : L"The QT Company Oy"};
-    if (file >= 0 && !major) test::write_bytes(in.files[file], "MZ");
-    if (major) in.version(in.files[file], major, minor, 1, debug);
-    EXPECT_EQ(analyze_host(in.exe).message, verdict);
-  }
-  Install recognized(true);
-  EXPECT_EQ(analyze_host(recognized.exe).message + analyze_host(recognized.files[1]).message,
-            std::wstring(sentence::recognized_build) + sentence::select_host);
-}
-
 TEST(Launch, DecisionsEndInTheirExitCodeStartAndMessageAndApprovalsHold) {
   struct Case {  // the answer to the one message box; the only box shown, or none
     Entries options;
@@ -234,49 +205,6 @@ TEST(Discovery, EntriesAndCommandsOfInstallers) {
       {L"C:\\T.exe\\P\\u.exe,0", L"C:\\T.exe"},
       {L"\"C:\\u.exe", L""}};
   for (const auto& [value, path] : commands) EXPECT_EQ(parse_command_path(value), path) << value;
-}
-
-TEST(Inspection, DoubtCountsAsYesOnlyInThisSession) {
-  // Paths on a drive that exists nowhere compare by their lexical normal form.
-  const std::wstring host = L"Q:\\P\\Paltalk.exe", other = L"Q:\\O\\Paltalk.exe";
-  using L = platform::ModuleListing;
-  const auto process = [&](std::uint32_t id, std::optional<std::wstring> image,
-                           std::optional<std::uint32_t> session = 1, L listing = L::listed,
-                           const std::wstring& plugin = L"Q:\\T\\plugins\\styles\\Nightveil.dll") {
-    return FakeProcess{{id, 4, L"PALTALK.exe"},
-                       image,
-                       session,
-                       {listing, {{L"Paltalk.exe", host}, {L"nightveil.DLL", plugin}}}};
-  };
-  // Beside an idle process of another name: one process, or none; whether the session list fails;
-  // the verdicts.
-  struct Case {
-    std::optional<FakeProcess> process;
-    bool session_list_fails, running, busy;
-  };
-  const Case cases[] = {{{}, false, false, false},
-                        {process(50, L"q:/P/./X/../PALTALK.EXE"), false, true, true},
-                        {process(50, other), false, false, true},
-                        {process(50, host, 2), false, false, false},
-                        {process(50, other, 1, L::listed, L"Q:\\E\\plugins\\styles\\Nightveil.dll"),
-                         false, false, false},
-                        {process(50, host, 2), true, true, true},
-                        {process(50, host, std::nullopt), false, true, true},
-                        {process(50, std::nullopt), false, true, true},
-                        {process(50, std::nullopt, 2), false, false, false},
-                        {process(50, other, 1, L::no_snapshot), false, false, true},
-                        {process(50, other, 1, L::no_first_module), false, false, false}};
-  for (const Case& c : cases) {
-    fake = {};
-    fake.processes = {{{40, 4, L"Paltalk.exe.bak"}, host}};
-    if (c.process) fake.processes.push_back(*c.process);
-    fake.session_list_fails = c.session_list_fails;
-    EXPECT_EQ(std::pair(host_is_running(host), install_is_busy(L"q:\\t\\")),
-              std::pair(c.running, c.busy))
-        << &c - cases;
-  }
-  fake = {};  // no snapshot at all
-  EXPECT_FALSE(host_is_running(host) || install_is_busy(L"q:\\t\\"));
 }
 
 }  // namespace
