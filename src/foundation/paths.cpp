@@ -69,6 +69,10 @@ std::wstring fold_ascii(std::wstring text) {
   return text;
 }
 
+bool same_name(const std::wstring& a, const std::wstring& b) {
+  return fold_ascii(a) == fold_ascii(b);
+}
+
 bool is_absolute_path(const std::wstring& path) {
   if (path.size() >= 2 && is_drive_letter(path[0]) && path[1] == L':')
     return path.size() >= 3 && is_separator(path[2]);

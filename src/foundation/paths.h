@@ -25,5 +25,8 @@ std::wstring dos_path_of(const std::wstring& final_path);
 
 // towlower of the start-up locale: A-Z only, every other unit unchanged.
 std::wstring fold_ascii(std::wstring text);
+// Two names compared as _wcsicmp compares them in the start-up locale: A-Z folded, every other
+// unit as is. For file names of programs and modules, and for signers' names; no path logic.
+bool same_name(const std::wstring& a, const std::wstring& b);
 
 }  // namespace nv

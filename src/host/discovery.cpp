@@ -6,6 +6,7 @@
 #include "foundation/paths.h"
 #include "foundation/sentences.h"
 #include "foundation/process_values.h"
+#include "host/identification.h"
 #include "platform/dialogs.h"
 #include "platform/known_folders.h"
 
@@ -13,8 +14,7 @@ namespace nv {
 namespace {
 
 const std::wstring uninstall_key = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall";
-const std::wstring host_file_name = L"Paltalk.exe";
-const std::wstring known_folder_suffix = L"\\Paltalk\\Paltalk.exe";
+const std::wstring known_folder_suffix = std::wstring(L"\\Paltalk\\") + host_file_name;
 
 constexpr std::size_t text_buffer_units = platform::registry_value_bytes / 2;
 
@@ -123,7 +123,7 @@ std::wstring pick_host_file() {
   platform::FileOpenDialog dialog;
   dialog.title = sentence::locate_host_title;
   dialog.type_name = sentence::host_file_type;
-  dialog.type_pattern = L"Paltalk.exe";
+  dialog.type_pattern = host_file_name;
   dialog.options =
       platform::fos_forcefilesystem | platform::fos_pathmustexist | platform::fos_filemustexist;
   return platform::open_file_dialog(dialog);

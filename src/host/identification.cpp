@@ -26,8 +26,15 @@ std::uint32_t little_endian(const unsigned char* bytes, std::size_t count) {
 std::uint32_t high_half(std::uint32_t word) { return word >> 16; }
 std::uint32_t low_half(std::uint32_t word) { return word & 0xFFFFu; }
 
-bool same_name(const std::wstring& a, const std::wstring& b) {
-  return fold_ascii(a) == fold_ascii(b);
+FileVersion version_of(const platform::FixedFileInfo& info) {
+  FileVersion version;
+  if (!info.found) return version;
+  version.major = high_half(info.version_ms);
+  version.minor = low_half(info.version_ms);
+  version.build = high_half(info.version_ls);
+  version.revision = low_half(info.version_ls);
+  version.debug = (info.flags & flag_debug) != 0;
+  return version;
 }
 
 bool verified_as(const platform::SignatureCheck& check, const std::wstring& expected_subject) {
@@ -51,15 +58,7 @@ std::uint16_t read_pe_machine(const std::wstring& path) {
 }
 
 FileVersion read_file_version(const std::wstring& path) {
-  const platform::FixedFileInfo info = platform::read_fixed_file_info(path);
-  FileVersion version;
-  if (!info.found) return version;
-  version.major = high_half(info.version_ms);
-  version.minor = low_half(info.version_ms);
-  version.build = high_half(info.version_ls);
-  version.revision = low_half(info.version_ls);
-  version.debug = (info.flags & flag_debug) != 0;
-  return version;
+  return version_of(platform::read_fixed_file_info(path));
 }
 
 std::wstring version_text(const FileVersion& version) {
@@ -67,17 +66,15 @@ std::wstring version_text(const FileVersion& version) {
          std::to_wstring(version.build) + L"." + std::to_wstring(version.revision);
 }
 
-bool check_qt_dll(const std::wstring& path, std::uint32_t& version_ms, std::uint32_t& version_ls) {
-  if (read_pe_machine(path) != machine_amd64) return false;
+QtLibrary read_qt_library(const std::wstring& path) {
+  QtLibrary library;
+  library.regular_file = is_regular_file(path);
+  library.machine = read_pe_machine(path);
   const platform::FixedFileInfo info = platform::read_fixed_file_info(path);
-  if (!info.found || info.length < fixed_file_info_size) return false;
-  if ((info.flags & flag_debug) != 0) return false;
-  version_ms = info.version_ms;
-  version_ls = info.version_ls;
-  // From 6.11.1 up to, but not including, 7.
-  if (high_half(info.version_ms) != 6) return false;
-  const std::uint32_t minor = low_half(info.version_ms);
-  return minor > 11 || (minor == 11 && high_half(info.version_ls) >= 1);
+  library.version = version_of(info);
+  // The one place where the reported length counts; a block that was not found reports 0.
+  library.whole_version_block = info.length >= fixed_file_info_size;
+  return library;
 }
 
 bool signed_by(const std::wstring& path, const std::wstring& expected_subject) {

@@ -6,7 +6,6 @@
 namespace nv {
 
 HostAnalysis analyze_host(std::wstring path);
-bool is_signed_update(const HostAnalysis& analysis);
 std::wstring verdict_word(const HostAnalysis& analysis);
 
 }  // namespace nv

@@ -12,13 +12,7 @@
 namespace nv {
 namespace {
 
-const std::wstring host_file_name = L"Paltalk.exe";
 const std::wstring webview_file_name = L"msedgewebview2.exe";
-
-// _wcsicmp in the start-up locale: A-Z folded, every other unit compared as is.
-bool same_name(const std::wstring& a, const std::wstring& b) {
-  return fold_ascii(a) == fold_ascii(b);
-}
 
 }  // namespace
 
@@ -40,14 +34,24 @@ bool passes_session_test(const SessionFilter& filter, std::uint32_t process_id) 
   return it == filter.sessions.end() || it->second == filter.current_session;
 }
 
+std::optional<ProcessWalk> walk_processes(const std::wstring& file_name, SessionScope scope) {
+  auto processes = platform::list_processes();
+  if (!processes) return std::nullopt;
+  ProcessWalk walk;
+  walk.all = std::move(*processes);
+  const SessionFilter filter =
+      scope == SessionScope::this_session ? build_session_filter() : SessionFilter{};
+  for (const auto& process : walk.all)
+    if (same_name(process.file_name, file_name) && passes_session_test(filter, process.id))
+      walk.named.push_back(process);
+  return walk;
+}
+
 bool host_is_running(const std::wstring& host_path) {
-  const auto processes = platform::list_processes();
-  if (!processes) return false;
-  const SessionFilter filter = build_session_filter();
+  const auto walk = walk_processes(host_file_name, SessionScope::this_session);
+  if (!walk) return false;
   const std::wstring wanted = host_path.empty() ? std::wstring() : folded_path(host_path);
-  for (const auto& process : *processes) {
-    if (!same_name(process.file_name, host_file_name)) continue;
-    if (!passes_session_test(filter, process.id)) continue;
+  for (const auto& process : walk->named) {
     // A host that cannot be examined is taken for the one asked about.
     const auto image = platform::process_image_path(process.id);
     if (!image) return true;
@@ -59,12 +63,9 @@ bool host_is_running(const std::wstring& host_path) {
 
 bool install_is_busy(const std::wstring& install_directory) {
   const std::wstring expected = folded_path(plugin_path_in(install_directory));
-  const auto processes = platform::list_processes();
-  if (!processes) return false;
-  const SessionFilter filter = build_session_filter();
-  for (const auto& process : *processes) {
-    if (!same_name(process.file_name, host_file_name)) continue;
-    if (!passes_session_test(filter, process.id)) continue;
+  const auto walk = walk_processes(host_file_name, SessionScope::this_session);
+  if (!walk) return false;
+  for (const auto& process : walk->named) {
     const platform::ModuleList list = platform::list_modules(process.id);
     if (list.status == platform::ModuleListing::no_snapshot) return true;
     for (const auto& module : list.modules)
@@ -76,15 +77,14 @@ bool install_is_busy(const std::wstring& install_directory) {
 RuntimeSnapshot inspect_runtime(const std::wstring& host_path) {
   RuntimeSnapshot snapshot;
   if (host_path.empty()) return snapshot;
-  const auto processes = platform::list_processes();
-  if (!processes) return snapshot;
-
   // Every host of that path, whatever its session: the report describes the machine.
+  const auto walk = walk_processes(host_file_name, SessionScope::every_session);
+  if (!walk) return snapshot;
+
   const std::wstring wanted = folded_path(host_path);
   std::vector<std::uint32_t> matched;
   bool doubt = false;
-  for (const auto& process : *processes) {
-    if (!same_name(process.file_name, host_file_name)) continue;
+  for (const auto& process : walk->named) {
     const auto image = platform::process_image_path(process.id);
     if (!image) {
       doubt = true;
@@ -117,7 +117,7 @@ RuntimeSnapshot inspect_runtime(const std::wstring& host_path) {
   std::set<std::uint32_t> tree(matched.begin(), matched.end());
   for (bool added = true; added;) {
     added = false;
-    for (const auto& process : *processes) {
+    for (const auto& process : walk->all) {
       if (tree.count(process.parent_id) && !tree.count(process.id)) {
         tree.insert(process.id);
         added = true;
@@ -126,7 +126,7 @@ RuntimeSnapshot inspect_runtime(const std::wstring& host_path) {
   }
 
   snapshot.webViewProcesses = 0;
-  for (const auto& process : *processes) {
+  for (const auto& process : walk->all) {
     if (!same_name(process.file_name, webview_file_name) || !tree.count(process.id)) continue;
     ++snapshot.webViewProcesses;
     if (!snapshot.webView2.empty()) continue;

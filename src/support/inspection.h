@@ -1,7 +1,11 @@
 #pragma once
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
+#include <vector>
+
+#include "platform/processes.h"
 
 namespace nv {
 
@@ -22,6 +26,19 @@ SessionFilter build_session_filter();
 // A process passes unless the filter is valid, lists it, and puts it in a
 // session other than the current one.
 bool passes_session_test(const SessionFilter& filter, std::uint32_t process_id);
+
+// Whose processes a walk keeps: the guards look at this session only, the report at the machine.
+enum class SessionScope { this_session, every_session };
+
+// One look at the process list: the whole snapshot in its order, and those of its processes that
+// bear the file name asked for (compared as _wcsicmp does) and are within the scope.
+struct ProcessWalk {
+  std::vector<platform::ProcessRecord> all;
+  std::vector<platform::ProcessRecord> named;
+};
+// nullopt when no snapshot could be taken; the session list is asked for only for this_session.
+std::optional<ProcessWalk> walk_processes(const std::wstring& file_name, SessionScope scope);
+
 bool host_is_running(const std::wstring& host_path);
 bool install_is_busy(const std::wstring& install_directory);
 RuntimeSnapshot inspect_runtime(const std::wstring& host_path);

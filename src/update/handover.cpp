@@ -23,7 +23,6 @@
 namespace nv {
 namespace {
 
-const std::wstring host_file_name = L"Paltalk.exe";
 const std::wstring part_extension = L".part";
 
 // The installer's tests, cheapest first, over one file seen either through its
@@ -75,11 +74,11 @@ bool in_the_way(const std::wstring& host_path, const std::wstring& installation)
 // later process that got a reused id is not asked to close.
 std::vector<platform::RestartProcess> host_processes(const std::wstring& host_path) {
   std::vector<platform::RestartProcess> found;
-  const auto processes = platform::list_processes();
-  if (!processes) return found;
+  // Of every session: only the image path decides which to ask.
+  const auto walk = walk_processes(host_file_name, SessionScope::every_session);
+  if (!walk) return found;
   const std::wstring wanted = folded_path(host_path);
-  for (const platform::ProcessRecord& process : *processes) {
-    if (fold_ascii(process.file_name) != fold_ascii(host_file_name)) continue;
+  for (const platform::ProcessRecord& process : walk->named) {
     const auto identity = platform::process_identity(process.id);
     if (identity && folded_path(identity->image_path) == wanted)
       found.push_back({process.id, identity->creation_time});

@@ -162,31 +162,64 @@ TEST(Installer, RefusedUnlessTheFileItselfMatchesAndBothSignersSigned) {
             InstallerStart::start_failed);
 }
 
+// One host at the path asked about, id 50, created at 777, beside a stranger of the same name at
+// another path, who is never asked to close.
+struct HostWaitRow {
+  const char* name;
+  bool host_runs = true;
+  bool host_obeys = false;            // it ends when asked politely
+  bool host_exits_in_dialog = false;  // it ends at the dialog's first tick
+  std::deque<int> clicks = {};        // the user's buttons, one after each tick
+  bool result;
+  std::vector<std::vector<std::pair<std::uint32_t, std::uint64_t>>> close_requests;
+  bool dialog_shown;
+};
+
 TEST(HostWait, PoliteRequestFirstThenTheDialogUntilNoHostIsLeft) {
   const std::wstring host = L"Q:\\P\\Paltalk.exe";
   const FakeProcess running{
       {50, 4, L"Paltalk.exe"}, host, 1, {platform::ModuleListing::listed, {}}, 777},
       stranger{{60, 4, L"Paltalk.exe"}, L"Q:\\O\\Paltalk.exe"};
-  // No host runs; it obeys the polite request; exits while the dialog shows; or the user presses a
-  // button. Only a host in the way is asked to close, by its id and creation time; the dialog shows
-  // only if it stays.
-  const std::tuple<bool, bool, bool, std::deque<int>, bool> cases[] = {
-      {false, false, false, {}, true},
-      {true, true, false, {}, true},
-      {true, false, true, {}, true},
-      {true, false, false, {platform::id_cancel}, false},
-      {true, false, false, {platform::id_ok}, false}};
-  for (const auto& [runs, obeys, exits, clicks, result] : cases) {
+  const HostWaitRow rows[] = {
+      {.name = "no host runs: nobody is asked, no dialog",
+       .host_runs = false,
+       .result = true,
+       .close_requests = {},
+       .dialog_shown = false},
+      {.name = "the host obeys the polite request",
+       .host_obeys = true,
+       .result = true,
+       .close_requests = {{{50, 777}}},
+       .dialog_shown = false},
+      {.name = "the host exits while the dialog shows",
+       .host_exits_in_dialog = true,
+       .result = true,
+       .close_requests = {{{50, 777}}},
+       .dialog_shown = true},
+      {.name = "the user cancels",
+       .clicks = {platform::id_cancel},
+       .result = false,
+       .close_requests = {{{50, 777}}},
+       .dialog_shown = true},
+      {.name = "the user presses OK while the host runs",
+       .clicks = {platform::id_ok},
+       .result = false,
+       .close_requests = {{{50, 777}}},
+       .dialog_shown = true},
+  };
+  for (const HostWaitRow& row : rows) {
     fake = {};
     fake.processes = {stranger};
-    if (runs) fake.processes.push_back(running);
-    fake.hosts_obey = obeys;
-    fake.timer_dialog_clicks = clicks;
-    if (exits) fake.timer_tick = [&] { fake.processes = {stranger}; };
-    EXPECT_EQ(
-        (std::tuple{wait_for_host_exit(host, L"Q:\\T"), fake.close_requests, fake.timer_dialogs}),
-        std::tuple(result, decltype(fake.close_requests)(runs, {{50, 777}}),
-                   std::vector<std::wstring>(runs && !obeys, sentence::wait_title)));
+    if (row.host_runs) fake.processes.push_back(running);
+    fake.hosts_obey = row.host_obeys;
+    fake.timer_dialog_clicks = row.clicks;
+    if (row.host_exits_in_dialog) fake.timer_tick = [&] { fake.processes = {stranger}; };
+    EXPECT_EQ(wait_for_host_exit(host, L"Q:\\T"), row.result) << row.name;
+    EXPECT_EQ(fake.close_requests, row.close_requests) << row.name;
+    EXPECT_EQ(fake.timer_dialogs.size(), row.dialog_shown ? 1u : 0u) << row.name;
+    if (row.dialog_shown) {
+      EXPECT_EQ(fake.timer_dialogs[0], sentence::wait_title) << row.name;
+    }
   }
 }
 

@@ -18,7 +18,6 @@
 #include "launcher/request.h"
 #include "launcher/environment.h"
 #include "platform/ini.h"
-#include "support/inspection.h"
 #include "test_support.h"
 
 namespace nv {
@@ -233,63 +232,6 @@ Started started_host(const Install& in) {
              : Started::plain;
 }
 
-// Each row changes one thing of a fresh installation whose three Qt libraries and host all carry
-// version 6.11.1.0 and no signature.
-TEST(Launch, VerdictOfEachBuild) {
-  enum File { host, core, gui, widgets };
-  struct Row {
-    const char* name;
-    const wchar_t* host_signer = nullptr;  // signs the host; the Qt Company signs the libraries
-    std::optional<File> not_an_image{};    // the file holds two bytes only
-    std::optional<File> versioned{};       // the file's version is the one below
-    std::uint32_t major = 6, minor = 11;
-    bool debug = false;
-    bool recognized = false;  // the build is in compatibility.ini
-    const wchar_t* verdict;
-  };
-  const Row rows[] = {
-      {.name = "unknown and unsigned", .verdict = sentence::unverified_build},
-      {.name = "tested build", .recognized = true, .verdict = sentence::recognized_build},
-      {.name = "signer named in another case",
-       .host_signer = L"paltalk us llc",
-       .verdict = sentence::signed_update},
-      {.name = "signer name cut short",
-       .host_signer = L"Paltalk US",
-       .verdict = sentence::unverified_build},
-      {.name = "signer name longer",
-       .host_signer = L"Paltalk US LLC 2",
-       .verdict = sentence::unverified_build},
-      {.name = "host not an x64 image", .not_an_image = host, .verdict = sentence::host_not_x64},
-      {.name = "Qt library not an image", .not_an_image = widgets, .verdict = sentence::qt_missing},
-      {.name = "Qt minor version below the floor",
-       .versioned = gui,
-       .minor = 10,
-       .verdict = sentence::qt_below_floor},
-      {.name = "Qt 7", .versioned = core, .major = 7, .verdict = sentence::qt_below_floor},
-      {.name = "Qt debug build",
-       .versioned = widgets,
-       .debug = true,
-       .verdict = sentence::qt_below_floor},
-      {.name = "Qt libraries of two versions",
-       .versioned = widgets,
-       .minor = 12,
-       .verdict = sentence::qt_mismatch},
-  };
-  for (const Row& row : rows) {
-    Install in(row.recognized);
-    if (row.host_signer)
-      for (const auto& f : in.files)
-        fake.signatures[{folded_path(f), 0}] = {
-            true, true, f == in.exe ? row.host_signer : L"The QT Company Oy"};
-    if (row.not_an_image) test::write_bytes(in.files[*row.not_an_image], "MZ");
-    if (row.versioned) in.version(in.files[*row.versioned], row.major, row.minor, 1, row.debug);
-    EXPECT_EQ(analyze_host(in.exe).message, row.verdict) << row.name;
-  }
-  Install in;
-  EXPECT_EQ(analyze_host(in.files[1]).message, sentence::select_host);
-}
-
-// What the settings file holds of an approval before the run.
 enum class Approval {
   none,
   this_build,                 // "Experimental" 1, this build's hashes, its path
@@ -572,49 +514,6 @@ TEST(Discovery, EntriesAndCommandsOfInstallers) {
       {L"C:\\T.exe\\P\\u.exe,0", L"C:\\T.exe"},
       {L"\"C:\\u.exe", L""}};
   for (const auto& [value, path] : commands) EXPECT_EQ(parse_command_path(value), path) << value;
-}
-
-TEST(Inspection, DoubtCountsAsYesOnlyInThisSession) {
-  // Paths on a drive that exists nowhere compare by their lexical normal form.
-  const std::wstring host = L"Q:\\P\\Paltalk.exe", other = L"Q:\\O\\Paltalk.exe";
-  using L = platform::ModuleListing;
-  const auto process = [&](std::uint32_t id, std::optional<std::wstring> image,
-                           std::optional<std::uint32_t> session = 1, L listing = L::listed,
-                           const std::wstring& plugin = L"Q:\\T\\plugins\\styles\\Nightveil.dll") {
-    return FakeProcess{{id, 4, L"PALTALK.exe"},
-                       image,
-                       session,
-                       {listing, {{L"Paltalk.exe", host}, {L"nightveil.DLL", plugin}}}};
-  };
-  // Beside an idle process of another name: one process, or none; whether the session list fails;
-  // the verdicts.
-  struct Case {
-    std::optional<FakeProcess> process;
-    bool session_list_fails, running, busy;
-  };
-  const Case cases[] = {{{}, false, false, false},
-                        {process(50, L"q:/P/./X/../PALTALK.EXE"), false, true, true},
-                        {process(50, other), false, false, true},
-                        {process(50, host, 2), false, false, false},
-                        {process(50, other, 1, L::listed, L"Q:\\E\\plugins\\styles\\Nightveil.dll"),
-                         false, false, false},
-                        {process(50, host, 2), true, true, true},
-                        {process(50, host, std::nullopt), false, true, true},
-                        {process(50, std::nullopt), false, true, true},
-                        {process(50, std::nullopt, 2), false, false, false},
-                        {process(50, other, 1, L::no_snapshot), false, false, true},
-                        {process(50, other, 1, L::no_first_module), false, false, false}};
-  for (const Case& c : cases) {
-    fake = {};
-    fake.processes = {{{40, 4, L"Paltalk.exe.bak"}, host}};
-    if (c.process) fake.processes.push_back(*c.process);
-    fake.session_list_fails = c.session_list_fails;
-    EXPECT_EQ(std::pair(host_is_running(host), install_is_busy(L"q:\\t\\")),
-              std::pair(c.running, c.busy))
-        << &c - cases;
-  }
-  fake = {};  // no snapshot at all
-  EXPECT_FALSE(host_is_running(host) || install_is_busy(L"q:\\t\\"));
 }
 
 }  // namespace
