@@ -14,8 +14,11 @@ enum class Creation {
   exclusive,
   // The same, read ahead as a sequential stream (FILE_FLAG_SEQUENTIAL_SCAN).
   exclusive_sequential,
-  // CREATE_ALWAYS, truncating a file already there, shared for reading and writing as a C
-  // stream opened for writing is, which readers of such a file expect.
+  // A new empty file whatever was at the name, shared for reading and writing as a C stream
+  // opened for writing is, which readers of such a file expect. What is already there is
+  // removed by its own name first, a link as a link, and the file is then made new
+  // (CREATE_NEW): a link planted at a fixed name is never followed nor its target truncated.
+  // A folder or a folder link there, or a name that keeps coming back, makes it fail.
   truncating,
 };
 

@@ -1,11 +1,14 @@
 #include "update/schedule.h"
 
+#include <optional>
+
 #include "build_config.h"
 #include "foundation/atomic_write.h"
 #include "foundation/encoding.h"
 #include "foundation/failure.h"
 #include "foundation/json.h"
 #include "foundation/paths.h"
+#include "update/cache_chain.h"
 #include "platform/files.h"
 #include "platform/known_folders.h"
 #include "platform/system.h"
@@ -113,7 +116,10 @@ std::int64_t read_last_attempt(const std::wstring& path) {
 }
 
 void write_last_attempt(const UpdateCheckState& state, std::int64_t now) {
-  create_directories(parent_of(state.path));
+  // The folder is held while the state is written: a link planted in its place is refused, and
+  // none can take its place until the rename is done.
+  const std::optional<CacheChain> folder = hold_cache_chain(parent_of(state.path), {}, true);
+  if (!folder) fail(failure::update_check_state);
   Replacement replacement(state.path, check_state_temporary);
   const std::string content = "{\"schema\":1,\"lastAttemptUtc\":" + std::to_string(now) + "}";
   if (!replacement.write(content, true)) fail(failure::update_check_state);

@@ -1,5 +1,7 @@
 #include "platform/file_ops.h"
 
+#include <cerrno>
+
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -20,12 +22,16 @@ void WriteHandleCloser::operator()(WriteHandle* file) const {
 }
 
 WritableFile create_file(const std::wstring& path, Creation creation) {
-  // O_EXCL refuses an existing file of any kind, as CREATE_NEW does.
-  const int disposition = creation == Creation::truncating ? O_TRUNC : O_EXCL;
-  const int descriptor =
-      ::open(portable::to_native(path).c_str(), O_WRONLY | O_CREAT | O_CLOEXEC | disposition, 0644);
-  if (descriptor < 0) return nullptr;
-  return WritableFile(new WriteHandle{descriptor});
+  // O_EXCL refuses an existing name of any kind, a link included, as CREATE_NEW does. For a
+  // truncating creation a leftover is unlinked by its own name and the creation tried once more.
+  const std::filesystem::path native = portable::to_native(path);
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    const int descriptor = ::open(native.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0644);
+    if (descriptor >= 0) return WritableFile(new WriteHandle{descriptor});
+    if (creation != Creation::truncating || errno != EEXIST || ::unlink(native.c_str()) != 0)
+      return nullptr;
+  }
+  return nullptr;
 }
 
 bool write_all(WriteHandle& file, const char* bytes, std::uint32_t count) {

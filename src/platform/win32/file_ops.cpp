@@ -14,7 +14,7 @@ struct WriteHandle {
 void WriteHandleCloser::operator()(WriteHandle* file) const { delete file; }
 
 WritableFile create_file(const std::wstring& path, Creation creation) {
-  DWORD sharing = 0, disposition = CREATE_NEW, attributes = FILE_ATTRIBUTE_NORMAL;
+  DWORD sharing = 0, attributes = FILE_ATTRIBUTE_NORMAL;
   switch (creation) {
     case Creation::exclusive:
       break;
@@ -23,13 +23,21 @@ WritableFile create_file(const std::wstring& path, Creation creation) {
       break;
     case Creation::truncating:
       sharing = FILE_SHARE_READ | FILE_SHARE_WRITE;
-      disposition = CREATE_ALWAYS;
       break;
   }
-  win32::UniqueFile file(
-      CreateFileW(path.c_str(), GENERIC_WRITE, sharing, nullptr, disposition, attributes, nullptr));
-  if (!file) return nullptr;
-  return WritableFile(new WriteHandle{std::move(file)});
+  // CREATE_NEW never opens what is at the name, a link included. For a truncating creation a
+  // leftover is deleted by its own name (DeleteFileW removes a link, not its target) and the
+  // creation tried once more; a second leftover means someone keeps putting one there.
+  for (int attempt = 0; attempt < 2; ++attempt) {
+    win32::UniqueFile file(CreateFileW(path.c_str(), GENERIC_WRITE, sharing, nullptr, CREATE_NEW,
+                                       attributes, nullptr));
+    if (file) return WritableFile(new WriteHandle{std::move(file)});
+    const DWORD error = GetLastError();
+    if (creation != Creation::truncating ||
+        (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS) || !DeleteFileW(path.c_str()))
+      return nullptr;
+  }
+  return nullptr;
 }
 
 bool write_all(WriteHandle& file, const char* bytes, std::uint32_t count) {

@@ -1,0 +1,85 @@
+// Files made under a fixed name never write through a link planted at that name.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "host/configuration.h"
+#include "foundation/failure.h"
+#include "host/ini.h"
+#include "platform/file_ops.h"
+#include "test_support.h"
+#include "update/schedule.h"
+
+namespace nv {
+namespace {
+
+#ifndef _WIN32  // Wine makes no link that Windows code sees as one
+
+namespace fs = std::filesystem;
+
+std::string content_of(const std::wstring& path) {
+  std::string bytes;
+  std::ifstream in(test::to_fs(path), std::ios::binary);
+  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+  return bytes;
+}
+
+TEST(PlantedLinks, TheConfigurationsTemporaryNameIsNeverFollowed) {
+  test::TempDir dir;
+  const std::wstring settings = dir / L"settings.ini", elsewhere = dir / L"elsewhere.ini";
+  test::write_bytes(elsewhere, "[Mine]\r\nKept=1\r\n");
+  fs::create_symlink(test::to_fs(elsewhere), test::to_fs(settings + L".tmp"));
+  HostAnalysis analysis;
+  analysis.exe_path = L"C:\\P\\Paltalk.exe";
+  analysis.hashes = L"a|b|c|d";
+  analysis.analyzed = analysis.compatible = true;
+  save_configuration(settings, analysis, false, L"");
+  EXPECT_EQ(content_of(elsewhere), "[Mine]\r\nKept=1\r\n");
+  EXPECT_EQ(read_ini_value(settings, L"Paltalk", L"Exe"), analysis.exe_path);
+  EXPECT_FALSE(fs::exists(fs::symlink_status(test::to_fs(settings + L".tmp"))));
+}
+
+TEST(PlantedLinks, ATruncatingCreationRemovesALinkAsALink) {
+  struct Row {
+    const char* name;
+    bool link_to_folder = false;
+  };
+  const Row rows[] = {{.name = "a link to a file"},
+                      {.name = "a link to a folder", .link_to_folder = true}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    test::TempDir dir;
+    const std::wstring target = dir / L"target", name = dir / L"name.tmp";
+    if (row.link_to_folder) {
+      fs::create_directory(test::to_fs(target));
+    } else {
+      test::write_bytes(target, "kept");
+    }
+    fs::create_symlink(test::to_fs(target), test::to_fs(name));
+    const platform::WritableFile file = platform::create_file(name, platform::Creation::truncating);
+    EXPECT_NE(file, nullptr);
+    EXPECT_FALSE(fs::is_symlink(test::to_fs(name)));
+    if (row.link_to_folder) {
+      EXPECT_TRUE(fs::is_directory(test::to_fs(target)));
+    } else {
+      EXPECT_EQ(content_of(target), "kept");
+    }
+  }
+}
+
+TEST(PlantedLinks, TheCheckStateIsNotWrittenThroughALinkedFolder) {
+  test::TempDir dir;
+  fs::create_directory(test::to_fs(dir / L"elsewhere"));
+  fs::create_directory_symlink(test::to_fs(dir / L"elsewhere"), test::to_fs(dir / L"Updates"));
+  const UpdateCheckState state = open_update_check_state(dir / L"Updates\\check.json");
+  EXPECT_EQ(test::failure_of([&] { write_last_attempt(state, 1'700'000'000); }),
+            failure::update_check_state);
+  EXPECT_TRUE(fs::is_empty(test::to_fs(dir / L"elsewhere")));
+}
+
+#endif
+
+}  // namespace
+}  // namespace nv
