@@ -85,7 +85,7 @@ std::string traced(const std::wstring& path, const std::wstring& file_path) {
   namespace p = nv::platform;
   const auto begin = Clock::now();
   const Request r = open_request(path);
-  const p::NewFile file = p::create_new_file(file_path);
+  const p::WritableFile file = p::create_file(file_path, p::Creation::exclusive_sequential);
   if (!file) nv::fail(nv::failure::download_file);
   const double opening = ms_between(begin, Clock::now());
   std::vector<char> buffer(nv::download_read_size);
@@ -102,11 +102,11 @@ std::string traced(const std::wstring& path, const std::wstring& file_path) {
     if (read_ms > stall_ms) ++stalls, stalled += read_ms;
     if (count == 0) break;
     total += count;
-    if (!p::write_all(file.get(), buffer.data(), count)) nv::fail(nv::failure::download_file);
+    if (!p::write_all(*file, buffer.data(), count)) nv::fail(nv::failure::download_file);
     writing += ms_between(after_read, Clock::now());
   }
   const auto before_flush = Clock::now();
-  if (!p::flush_file(file.get())) nv::fail(nv::failure::download_incomplete);
+  if (!p::flush_file(*file)) nv::fail(nv::failure::download_incomplete);
   const double flushing = ms_between(before_flush, Clock::now());
   char figures[160];
   std::snprintf(figures, sizeof figures, "ok %llu %lld %.0f %.0f %.0f %.0f %llu %.0f",

@@ -12,9 +12,9 @@ namespace {
 // The size of the file that the profile API will open, links followed as it
 // follows them; a file that cannot be opened is left to the profile API.
 bool over_limit(const std::wstring& path) {
-  const UniqueFile file(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
-                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                    OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+  const win32::UniqueFile file(CreateFileW(path.c_str(), FILE_READ_ATTRIBUTES,
+                                           FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                           nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
   LARGE_INTEGER size{};
   return file && GetFileSizeEx(file.get(), &size) &&
          static_cast<std::uint64_t>(size.QuadPart) > profile_file_limit;
