@@ -117,12 +117,12 @@ std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent
   return write_environment_block(environment);
 }
 
-std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark) {
-  // The settings file is read only when its answer matters.
-  const bool browser_dark = dark && browser_dark_enabled();
-  return compute_launch_environment(platform::environment_block(),
-                                    {dark, launch_context().install_root, analysis.hashes,
-                                     launch_context().diagnostic_layout_path, browser_dark});
+std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark,
+                                                    bool browser_dark) {
+  return compute_launch_environment(
+      platform::environment_block(),
+      {dark, launch_context().install_root, analysis.hashes,
+       launch_context().diagnostic_layout_path, dark && browser_dark});
 }
 
 }  // namespace nv

@@ -35,8 +35,10 @@ std::vector<std::uint16_t> compute_launch_environment(const std::wstring& parent
                                                       const ThemeValues& theme);
 
 // The block for CreateProcessW with CREATE_UNICODE_ENVIRONMENT: this process's
-// environment, the run's context and settings.ini put through the above.
-std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark);
+// environment and the run's context put through the above; `browser_dark` is the
+// settings' answer for embedded pages.
+std::vector<std::uint16_t> build_launch_environment(const HostAnalysis& analysis, bool dark,
+                                                    bool browser_dark);
 
 LaunchEnvironment parse_environment_block(const std::wstring& block);
 std::vector<std::uint16_t> write_environment_block(const LaunchEnvironment& environment);

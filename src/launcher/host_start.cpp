@@ -14,9 +14,9 @@
 
 namespace nv {
 
-std::wstring launch_mode_word(bool dark) {
+std::wstring launch_mode_word(bool dark, bool browser_dark) {
   if (!dark) return L"normal";
-  return browser_dark_enabled() ? L"full-dark" : L"qt-only";
+  return browser_dark ? L"full-dark" : L"qt-only";
 }
 
 std::wstring hand_off_arguments(const HostAnalysis& analysis, bool dark) {
@@ -46,22 +46,26 @@ bool start_host(const HostAnalysis& analysis, bool dark) {
       start_through_shell(analysis, dark))
     return true;
 
-  const std::vector<std::uint16_t> environment = build_launch_environment(analysis, dark);
+  // The settings file is read once, and only when its answer matters.
+  const bool browser_dark = dark && browser_dark_enabled();
+  const std::vector<std::uint16_t> environment =
+      build_launch_environment(analysis, dark, browser_dark);
   std::wstring command_line = quote_argument(analysis.exe_path);
   if (dark) command_line += L" -style Nightveil";
   const platform::ProcessStart started = platform::create_process(
       analysis.exe_path, command_line, environment, parent_of(analysis.exe_path));
-  write_last_status(L"create-process", started.started ? 0 : started.error, dark);
+  write_last_status(L"create-process", started.started ? 0 : started.error, dark, browser_dark);
   return started.started;
 }
 
-void write_last_status(const std::wstring& operation, std::uint32_t error, bool dark) {
+void write_last_status(const std::wstring& operation, std::uint32_t error, bool dark,
+                       bool browser_dark) {
   // A note for the support report: no failure here may change the launch.
   try {
     const std::wstring path = last_status_path();
     if (!platform::write_profile_string(path, L"Launch", L"Operation", operation)) return;
     if (!platform::write_profile_string(path, L"Launch", L"Error", std::to_wstring(error))) return;
-    platform::write_profile_string(path, L"Launch", L"Mode", launch_mode_word(dark));
+    platform::write_profile_string(path, L"Launch", L"Mode", launch_mode_word(dark, browser_dark));
   } catch (...) {
   }
 }
