@@ -12,25 +12,14 @@
 
 #include "foundation/paths.h"
 #include "platform/held_folders.h"
+#include "platform/portable/file_status.h"
 #include "platform/portable/native_path.h"
 #include "platform/portable/open_file.h"
 
 namespace nv::platform {
 namespace {
 
-constexpr std::uint64_t filetime_of_1970 = 116444736000000000ull;
-
-OwnAttributes attributes_of(const struct stat& info) {
-  OwnAttributes result;
-  if (S_ISLNK(info.st_mode)) {
-    result.attributes = file_attribute_reparse_point;
-    result.reparse_tag = reparse_tag_symlink;
-  } else if (S_ISDIR(info.st_mode)) {
-    result.attributes = file_attribute_directory;
-  }
-  result.size = static_cast<std::uint64_t>(info.st_size);
-  return result;
-}
+using portable::attributes_of;
 
 }  // namespace
 
@@ -147,9 +136,7 @@ std::vector<DirectoryEntry> list_directory(const std::wstring& path) {
 bool last_write_time(const std::wstring& path, std::uint64_t& time) {
   struct stat info {};
   if (::lstat(portable::to_native(path).c_str(), &info) != 0) return false;
-  const auto seconds = static_cast<std::int64_t>(info.st_mtim.tv_sec);
-  time = static_cast<std::uint64_t>(seconds * 10000000 + info.st_mtim.tv_nsec / 100) +
-         filetime_of_1970;
+  time = portable::filetime_of(info);
   return true;
 }
 

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <climits>
 
+#include "platform/portable/file_status.h"
 #include "platform/portable/native_path.h"
 
 namespace nv::platform {
@@ -20,25 +21,8 @@ struct HeldFolder {
 
 namespace {
 
-constexpr std::uint64_t filetime_of_1970 = 116444736000000000ull;
-
-std::uint64_t filetime_of(const struct stat& info) {
-  const auto seconds = static_cast<std::int64_t>(info.st_mtim.tv_sec);
-  return static_cast<std::uint64_t>(seconds * 10000000 + info.st_mtim.tv_nsec / 100) +
-         filetime_of_1970;
-}
-
-OwnAttributes attributes_of(const struct stat& info) {
-  OwnAttributes own;
-  if (S_ISLNK(info.st_mode)) {
-    own.attributes = file_attribute_reparse_point;
-    own.reparse_tag = reparse_tag_symlink;
-  } else if (S_ISDIR(info.st_mode)) {
-    own.attributes = file_attribute_directory;
-  }
-  own.size = static_cast<std::uint64_t>(info.st_size);
-  return own;
-}
+using portable::attributes_of;
+using portable::filetime_of;
 
 // A name of one entry, never a path: no separator, no "." or "..".
 bool plain_name(const std::string& name) {

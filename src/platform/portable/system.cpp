@@ -5,6 +5,7 @@
 #include <chrono>
 #include <ctime>
 
+#include "platform/portable/file_status.h"
 #include "platform/portable/native_path.h"
 
 extern char** environ;
@@ -16,9 +17,8 @@ std::vector<std::wstring> command_arguments() { return {}; }
 void com_initialize() {}
 
 std::uint64_t system_time() {
-  constexpr std::uint64_t filetime_of_1970 = 116444736000000000ull;
   const auto since_1970 = std::chrono::system_clock::now().time_since_epoch();
-  return filetime_of_1970 +
+  return portable::filetime_of_1970 +
          static_cast<std::uint64_t>(
              std::chrono::duration_cast<std::chrono::nanoseconds>(since_1970).count() / 100);
 }
