@@ -14,11 +14,7 @@
 # update host for the run and unmaps it after (root).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-./tools/ensure-packages.sh
-cmake --preset windows >/dev/null
-cmake --build --preset windows -j 2 >/dev/null
-build=$PWD/build/windows
-. tools/update-session.sh
+. tools/bench-session.sh
 # Evaluated when the session ends, so $build is read then.
 # shellcheck disable=SC2016
 finish_also='rm -rf "$build/bench-download"'

@@ -7,11 +7,7 @@
 # preset, and maps the update host for the run and unmaps it after (root).
 set -euo pipefail
 cd "$(dirname "$0")/.."
-./tools/ensure-packages.sh
-cmake --preset windows >/dev/null
-cmake --build --preset windows -j 2 >/dev/null
-build=$PWD/build/windows
-. tools/update-session.sh
+. tools/bench-session.sh
 NV_PKI=$build/pki NV_FEED_PROBE=$build/tests/feed_probe.exe NV_E2E_CASES=$build/bench-feed \
   /usr/bin/python3 - "${1:-3}" <<'PY'
 import sys

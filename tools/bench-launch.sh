@@ -7,11 +7,7 @@
 # Wine's own start.
 set -euo pipefail
 cd "$(dirname "$0")/.."
-./tools/ensure-packages.sh
-cmake --preset windows >/dev/null
-cmake --build --preset windows -j 2 >/dev/null
-build=$PWD/build/windows
-. tools/update-session.sh
+. tools/bench-session.sh
 NV_E2E_CASES=$build/bench-launch NV_PKI=$build/pki NV_NOTHING=$build/bench/nothing.exe \
   /usr/bin/python3 - "${1:-15}" <<'PY'
 import os, statistics, sys, time
