@@ -192,32 +192,24 @@ def themed_host():
         assert not install.settle()
 
 
-class Place(Enum):
-    RUNNING_HOST = "the running host's file"
-    EMPTY_FOLDER = "a folder beside it with nothing in it"
-
-
 @dataclass(frozen=True)
 class Beside:
     name: str
     option: str
     code: int
-    paltalk: Place | None = None  # given as --paltalk (the empty folder's Paltalk.exe)
-    root: Place | None = None  # given as --root
+    names_host: bool = False  # the running host's file is given as --paltalk
     messages: tuple[str, ...] = ()
     answers: tuple[str, ...] = ()
 
 
 BESIDE = [
-    Beside("running", "--running", EXIT.host_running, paltalk=Place.RUNNING_HOST),
-    Beside("running-elsewhere", "--running", EXIT.done, paltalk=Place.EMPTY_FOLDER),
+    Beside("running", "--running", EXIT.host_running, names_host=True),
     Beside("busy", "--busy", EXIT.host_running),
-    Beside("busy-elsewhere", "--busy", EXIT.done, root=Place.EMPTY_FOLDER),
     Beside(
         "launch",
         "--desktop-launch",
         EXIT.host_running,
-        paltalk=Place.RUNNING_HOST,
+        names_host=True,
         messages=(SENTENCE.running,),
         answers=("Return",),
     ),
@@ -227,13 +219,7 @@ BESIDE = [
 @pytest.mark.parametrize("row", BESIDE, ids=lambda row: row.name)
 def test_beside_a_running_themed_host(themed_host, row):
     install, record = themed_host
-    empty = install.root / "Other"
-    args = [row.option]
-    if row.paltalk:
-        host = install.host if row.paltalk == Place.RUNNING_HOST else empty / "Paltalk.exe"
-        args += ["--paltalk", win(host)]
-    if row.root:
-        args += ["--root", win(empty)]
+    args = [row.option] + (["--paltalk", win(install.host)] if row.names_host else [])
     code, messages, shots = install.run(*args, answers=row.answers)
     assert (code, messages, len(shots)) == (row.code, list(row.messages), len(row.answers))
     assert install.record().pid == record.pid  # no second host
@@ -245,7 +231,6 @@ PRIMARY = FIXTURES / "installer/installer-primary.exe"  # signed by the first si
 
 class Check(Enum):
     MANIFEST = "--verify-update-manifest with the manifest's absolute path"
-    MANIFEST_RELATIVE = "--verify-update-manifest with a relative path"
     PRIMARY_INSTALLER = "--verify-update-installer on the installer signed by one signer"
     PROBE_HOST = "--probe on the host and Qt libraries signed by the test PKI"
 
@@ -258,7 +243,7 @@ class Signature:
     manifest: str = SIGNED  # latest.jws's text
 
 
-# Through the real CNG and WinVerifyTrust; a manifest too large or named relatively is not read.
+# Through the real CNG and WinVerifyTrust; a manifest too large is not read.
 SIGNATURES = [
     Signature("signed", Check.MANIFEST, EXIT.done),
     # Padded to the size limit: read as it is, padding and all.
@@ -266,7 +251,6 @@ SIGNATURES = [
         "read-as-is", Check.MANIFEST, EXIT.not_acceptable, manifest=SIGNED.ljust(16384, "\n")
     ),
     Signature("too-large", Check.MANIFEST, EXIT.bad_use, manifest="A" * 16385),
-    Signature("relative", Check.MANIFEST_RELATIVE, EXIT.bad_use),
     Signature("one-signer", Check.PRIMARY_INSTALLER, EXIT.not_acceptable),
     Signature("signed-host", Check.PROBE_HOST, EXIT.done),  # a signed update
 ]
@@ -278,7 +262,6 @@ def test_real_signatures(make_install, row):
     (install.root / "latest.jws").write_text(row.manifest)
     args = {
         Check.MANIFEST: ["--verify-update-manifest", win(install.root / "latest.jws")],
-        Check.MANIFEST_RELATIVE: ["--verify-update-manifest", "latest.jws"],
         Check.PRIMARY_INSTALLER: [
             "--verify-update-installer",
             win(PRIMARY),
