@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <random>
 #include <string>
 
@@ -40,6 +41,17 @@ struct TempDir {
 inline void write_bytes(const std::wstring& path, const std::string& bytes) {
   std::filesystem::create_directories(to_fs(path).parent_path());
   std::ofstream(to_fs(path), std::ios::binary) << bytes;
+}
+
+inline std::string read_bytes(const std::filesystem::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+// An x64 PE image whose body is `text`.
+inline std::string x64_image(const std::string& text) {
+  return std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) +
+         text;
 }
 
 template <typename Action>

@@ -21,11 +21,10 @@ TEST(BoundedReads, ProfileFileOverTheLimitReadsAsMissing) {
     std::size_t size;
     const wchar_t* expected;
   };
+  constexpr std::size_t limit = platform::profile_file_limit;
   const Case cases[] = {
-      {.name = "at the limit",
-       .size = platform::profile_file_limit,
-       .expected = L"C:\\P\\Paltalk.exe"},
-      {.name = "one byte over", .size = platform::profile_file_limit + 1, .expected = L""},
+      {.name = "at the limit", .size = limit, .expected = L"C:\\P\\Paltalk.exe"},
+      {.name = "one byte over", .size = limit + 1, .expected = L""},
   };
   for (const Case& row : cases) {
     test::TempDir dir;

@@ -2,8 +2,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "host/configuration.h"
 #include "foundation/failure.h"
@@ -19,13 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string content_of(const std::wstring& path) {
-  std::string bytes;
-  std::ifstream in(test::to_fs(path), std::ios::binary);
-  bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-  return bytes;
-}
-
 TEST(PlantedLinks, TheConfigurationsTemporaryNameIsNeverFollowed) {
   test::TempDir dir;
   const std::wstring settings = dir / L"settings.ini", elsewhere = dir / L"elsewhere.ini";
@@ -36,7 +27,7 @@ TEST(PlantedLinks, TheConfigurationsTemporaryNameIsNeverFollowed) {
   analysis.hashes = L"a|b|c|d";
   analysis.analyzed = analysis.compatible = true;
   save_configuration(settings, analysis, false, L"");
-  EXPECT_EQ(content_of(elsewhere), "[Mine]\r\nKept=1\r\n");
+  EXPECT_EQ(test::read_bytes(test::to_fs(elsewhere)), "[Mine]\r\nKept=1\r\n");
   EXPECT_EQ(read_ini_value(settings, L"Paltalk", L"Exe"), analysis.exe_path);
   EXPECT_FALSE(fs::exists(fs::symlink_status(test::to_fs(settings + L".tmp"))));
 }
@@ -52,20 +43,16 @@ TEST(PlantedLinks, ATruncatingCreationRemovesALinkAsALink) {
     SCOPED_TRACE(row.name);
     test::TempDir dir;
     const std::wstring target = dir / L"target", name = dir / L"name.tmp";
-    if (row.link_to_folder) {
+    if (row.link_to_folder)
       fs::create_directory(test::to_fs(target));
-    } else {
+    else
       test::write_bytes(target, "kept");
-    }
     fs::create_symlink(test::to_fs(target), test::to_fs(name));
     const platform::WritableFile file = platform::create_file(name, platform::Creation::truncating);
     EXPECT_NE(file, nullptr);
     EXPECT_FALSE(fs::is_symlink(test::to_fs(name)));
-    if (row.link_to_folder) {
-      EXPECT_TRUE(fs::is_directory(test::to_fs(target)));
-    } else {
-      EXPECT_EQ(content_of(target), "kept");
-    }
+    EXPECT_TRUE(row.link_to_folder ? fs::is_directory(test::to_fs(target))
+                                   : test::read_bytes(test::to_fs(target)) == "kept");
   }
 }
 

@@ -4,6 +4,7 @@
 #include <cwchar>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <set>
 
 #include "foundation/atomic_write.h"
@@ -129,18 +130,16 @@ struct AtomicWriteCase {
   const wchar_t* target = L"x.json";  // within a fresh directory
   bool replace = true;
   AtTarget before = AtTarget::nothing;  // a file there holds "old"
-  bool written = true;
-  std::string directory_after = "x.json=content;";  // name=content; a folder's content is "/"
+  bool written = true;                  // else the directory stays as it was
+  bool late = false;  // a Replacement writes, as if what is there appeared after its test
 };
 
-// What a directory holds, one level deep, by name, in the form of `directory_after`.
+// What a directory holds, one level deep, by name, as "name=content;", a folder's content "/".
 std::string listing(const test::TempDir& dir) {
   std::set<std::string> entries;
   for (const auto& entry : std::filesystem::directory_iterator(dir.native)) {
-    std::ifstream file(entry.path(), std::ios::binary);
-    entries.insert(
-        entry.path().filename().string() + "=" +
-        (entry.is_directory() ? "/" : std::string(std::istreambuf_iterator<char>(file), {})) + ";");
+    entries.insert(entry.path().filename().string() + "=" +
+                   (entry.is_directory() ? "/" : test::read_bytes(entry.path())) + ";");
   }
   std::string held;
   for (const std::string& entry : entries) held += entry;
@@ -148,40 +147,34 @@ std::string listing(const test::TempDir& dir) {
 }
 
 TEST(WriteFileAtomic, TargetEitherWholeOrUntouchedAndNoTemporaryLeft) {
+  using enum AtTarget;
   const AtomicWriteCase cases[] = {
       {.name = "new file without replace", .replace = false},
       {.name = "new file with replace"},
-      {.name = "a file there wins without replace",
-       .replace = false,
-       .before = AtTarget::file,
-       .written = false,
-       .directory_after = "x.json=old;"},
-      {.name = "a file there is replaced", .before = AtTarget::file},
-      {.name = "a folder passes the file test, the rename refuses",
-       .replace = false,
-       .before = AtTarget::folder,
-       .written = false,
-       .directory_after = "x.json=/;"},
-      {.name = "a folder is never replaced",
-       .before = AtTarget::folder,
-       .written = false,
-       .directory_after = "x.json=/;"},
-      {.name = "missing directory",
-       .target = L"missing\\x.json",
-       .written = false,
-       .directory_after = ""},
-      {.name = "no file name", .target = L"", .written = false, .directory_after = ""},
+      {.name = "a file there is kept", .replace = false, .before = file, .written = false},
+      {.name = "a file there is replaced", .before = file},
+      {.name = "a folder, without replace", .replace = false, .before = folder, .written = false},
+      {.name = "a folder is never replaced", .before = folder, .written = false},
+      {.name = "missing directory", .target = L"missing\\x.json", .written = false},
+      {.name = "no file name", .target = L"", .written = false},
+      {.name = "late, kept", .replace = false, .before = file, .written = false, .late = true},
+      {.name = "late, replaced", .before = file, .late = true},
   };
   for (const AtomicWriteCase& c : cases) {
     SCOPED_TRACE(c.name);
     test::TempDir dir;
-    if (c.before == AtTarget::folder)
-      std::filesystem::create_directory(test::to_fs(dir / c.target));
-    if (c.before == AtTarget::file) test::write_bytes(dir / c.target, "old");
-    EXPECT_EQ(write_file_atomic(
-                  dir / c.target, [] { return std::string("content"); }, c.replace),
-              c.written);
-    EXPECT_EQ(listing(dir), c.directory_after);
+    if (c.before == folder) std::filesystem::create_directory(test::to_fs(dir / c.target));
+    if (c.before == file) test::write_bytes(dir / c.target, "old");
+    const std::string before = listing(dir);
+    if (c.late) {
+      Replacement replacement(dir / c.target, {});
+      EXPECT_EQ(replacement.write("content", c.replace), c.written);
+    } else {
+      EXPECT_EQ(write_file_atomic(
+                    dir / c.target, [] { return std::string("content"); }, c.replace),
+                c.written);
+    }
+    EXPECT_EQ(listing(dir), c.written ? "x.json=content;" : before);
   }
 }
 
@@ -204,29 +197,6 @@ TEST(WriteFileAtomic, ContentProducedOnlyForAUsableTarget) {
                   dir / L"x", []() -> std::string { throw std::runtime_error("mine"); }, true);
             }),
             "mine");
-}
-
-// A file that appears at the target after the writer's own test: only a replacing rename takes
-// its place.
-TEST(Replacement, WriteOverAFileThereOnlyWhenReplacing) {
-  const AtomicWriteCase cases[] = {
-      {.name = "kept",
-       .replace = false,
-       .before = AtTarget::file,
-       .written = false,
-       .directory_after = "x.json=old;"},
-      {.name = "replaced", .before = AtTarget::file},
-  };
-  for (const AtomicWriteCase& c : cases) {
-    SCOPED_TRACE(c.name);
-    test::TempDir dir;
-    test::write_bytes(dir / c.target, "old");
-    {
-      Replacement replacement(dir / c.target, {});
-      EXPECT_EQ(replacement.write("content", c.replace), c.written);
-    }
-    EXPECT_EQ(listing(dir), c.directory_after);
-  }
 }
 
 struct TemporaryNameCase {
@@ -258,73 +228,54 @@ TEST(Replacement, TemporaryLiesBesideTheTargetNamedByTheRule) {
       EXPECT_EQ(middle, L"");
       continue;
     }
-    // {XXXXXXXX-XXXX-XXXX-XXXX-XXXXXXXXXXXX}, upper case
-    ASSERT_EQ(middle.size(), 38u) << std::string(middle.begin(), middle.end());
-    for (std::size_t i = 0; i < middle.size(); ++i) {
-      const wchar_t unit = middle[i];
-      if (i == 0)
-        EXPECT_EQ(unit, L'{');
-      else if (i == 37)
-        EXPECT_EQ(unit, L'}');
-      else if (i == 9 || i == 14 || i == 19 || i == 24)
-        EXPECT_EQ(unit, L'-');
-      else
-        EXPECT_TRUE((unit >= L'0' && unit <= L'9') || (unit >= L'A' && unit <= L'F')) << i;
-    }
+    const std::wregex guid(L"\\{[0-9A-F]{8}(-[0-9A-F]{4}){3}-[0-9A-F]{12}\\}");  // upper case
+    EXPECT_TRUE(std::regex_match(middle, guid)) << std::string(middle.begin(), middle.end());
   }
 }
-
-enum class Leftover { none, file };
 
 struct CreationCase {
   const char* name;
   platform::Creation creation = platform::Creation::exclusive;
-  Leftover leftover = Leftover::none;  // "old bytes" at the temporary's fixed name
-  bool created = true;
-  std::string temporary_after = "new";
+  bool leftover = false;  // "old bytes" at the temporary's fixed name
+  bool refused = false;   // no file created: the temporary still holds "old bytes"
 };
 
 TEST(Replacement, CreationFlagsOfTheRule) {
+  using enum platform::Creation;
   const CreationCase cases[] = {
       {.name = "exclusive, nothing there"},
-      {.name = "exclusive refuses a leftover",
-       .leftover = Leftover::file,
-       .created = false,
-       .temporary_after = "old bytes"},
-      {.name = "sequential, nothing there", .creation = platform::Creation::exclusive_sequential},
+      {.name = "exclusive refuses a leftover", .leftover = true, .refused = true},
+      {.name = "sequential, nothing there", .creation = exclusive_sequential},
       {.name = "sequential refuses a leftover",
-       .creation = platform::Creation::exclusive_sequential,
-       .leftover = Leftover::file,
-       .created = false,
-       .temporary_after = "old bytes"},
-      {.name = "truncating, nothing there", .creation = platform::Creation::truncating},
-      {.name = "truncating empties a leftover",
-       .creation = platform::Creation::truncating,
-       .leftover = Leftover::file},
+       .creation = exclusive_sequential,
+       .leftover = true,
+       .refused = true},
+      {.name = "truncating, nothing there", .creation = truncating},
+      {.name = "truncating empties a leftover", .creation = truncating, .leftover = true},
   };
   for (const CreationCase& c : cases) {
     SCOPED_TRACE(c.name);
     test::TempDir dir;
     const std::wstring target = dir / L"settings.ini";
-    if (c.leftover == Leftover::file) test::write_bytes(target + L".tmp", "old bytes");
+    if (c.leftover) test::write_bytes(target + L".tmp", "old bytes");
     const Replacement replacement(target, {.name = TemporaryName::fixed_tmp,
                                            .creation = c.creation,
                                            .removed_unless_renamed = false});
     {
       const platform::WritableFile file = replacement.create();
-      ASSERT_EQ(file != nullptr, c.created);
+      ASSERT_EQ(file == nullptr, c.refused);
       if (file) {
         EXPECT_TRUE(platform::write_all(*file, "new", 3));
         EXPECT_TRUE(platform::flush_file(*file));
 #ifdef _WIN32  // natively nothing enforces sharing
-        const bool shared = c.creation == platform::Creation::truncating;
-        EXPECT_EQ(std::ifstream(test::to_fs(replacement.temporary())).is_open(), shared);
+        EXPECT_EQ(std::ifstream(test::to_fs(replacement.temporary())).is_open(),
+                  c.creation == truncating);
 #endif
       }
     }
     std::string held;
     EXPECT_TRUE(platform::read_file(replacement.temporary(), held));
-    EXPECT_EQ(held, c.temporary_after);
+    EXPECT_EQ(held, c.refused ? "old bytes" : "new");
   }
 }
 
@@ -334,33 +285,30 @@ struct RemovalCase {
   const char* name;
   bool removed_unless_renamed = true;
   Ending ending = Ending::renamed;
-  std::string directory_after;
+  std::string directory_after = "state.json=new;";
 };
 
 TEST(Replacement, TemporaryGoesWhenTheAttemptEndsWithoutItsRenameIfTheRuleSaysSo) {
+  using enum Ending;
   const RemovalCase cases[] = {
-      {.name = "renamed", .directory_after = "state.json=new;"},
-      {.name = "renamed, kept rule",
-       .removed_unless_renamed = false,
-       .directory_after = "state.json=new;"},
-      {.name = "rename refused",
-       .ending = Ending::rename_refused,
-       .directory_after = "state.json=/;"},
+      {.name = "renamed"},
+      {.name = "renamed, kept rule", .removed_unless_renamed = false},
+      {.name = "rename refused", .ending = rename_refused, .directory_after = "state.json=/;"},
       {.name = "rename refused, kept rule",
        .removed_unless_renamed = false,
-       .ending = Ending::rename_refused,
+       .ending = rename_refused,
        .directory_after = "state.json.tmp=new;state.json=/;"},
-      {.name = "abandoned before the rename", .ending = Ending::abandoned, .directory_after = ""},
+      {.name = "abandoned before the rename", .ending = abandoned, .directory_after = ""},
       {.name = "abandoned, kept rule",
        .removed_unless_renamed = false,
-       .ending = Ending::abandoned,
+       .ending = abandoned,
        .directory_after = "state.json.tmp=new;"},
   };
   for (const RemovalCase& c : cases) {
     SCOPED_TRACE(c.name);
     test::TempDir dir;
     const std::wstring target = dir / L"state.json";
-    if (c.ending == Ending::rename_refused) std::filesystem::create_directory(test::to_fs(target));
+    if (c.ending == rename_refused) std::filesystem::create_directory(test::to_fs(target));
     {
       Replacement replacement(target, {.name = TemporaryName::fixed_tmp,
                                        .removed_unless_renamed = c.removed_unless_renamed});
@@ -369,8 +317,8 @@ TEST(Replacement, TemporaryGoesWhenTheAttemptEndsWithoutItsRenameIfTheRuleSaysSo
         ASSERT_TRUE(file);
         ASSERT_TRUE(platform::write_all(*file, "new", 3));
       }
-      if (c.ending != Ending::abandoned) {
-        EXPECT_EQ(replacement.rename(true), c.ending == Ending::renamed);
+      if (c.ending != abandoned) {
+        EXPECT_EQ(replacement.rename(true), c.ending == renamed);
       }
     }
     EXPECT_EQ(listing(dir), c.directory_after);

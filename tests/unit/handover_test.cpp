@@ -38,28 +38,22 @@ struct ScheduleCase {
   std::int64_t now = T;
   StateFolder folder = StateFolder::usable;
   bool mutex_held_elsewhere = false;
-  bool due = false;
+  bool due = true;
 };
 
 TEST(Schedule, OneCheckADayWhateverTheStateFileHolds) {
   const ScheduleCase cases[] = {
-      {.name = "no state file", .due = true},
+      {.name = "no state file"},
       {.name = "86,399 s ago", .state_file = stored(T - 86'399), .due = false},
-      {.name = "86,400 s ago", .state_file = stored(T - 86'400), .due = true},
-      {.name = "in the future", .state_file = stored(T + 5), .due = true},
-      {.name = "time 0 stored", .state_file = stored(0), .due = true},
+      {.name = "86,400 s ago", .state_file = stored(T - 86'400)},
+      {.name = "in the future", .state_file = stored(T + 5)},
+      {.name = "time 0 stored", .state_file = stored(0)},
       {.name = "no clock", .now = 0, .due = false},
       {.name = "recent, at the size limit", .state_file = padded(check_state_limit), .due = false},
-      {.name = "recent, a byte over the limit",
-       .state_file = padded(check_state_limit + 1),
-       .due = true},
-      {.name = "invalid JSON", .state_file = stored(T - 1).substr(1), .due = true},
-      {.name = "a third key",
-       .state_file = R"({"schema":1,"lastAttemptUtc":1699999999,"x":1})",
-       .due = true},
-      {.name = "schema 2",
-       .state_file = R"({"schema":2,"lastAttemptUtc":1699999999})",
-       .due = true},
+      {.name = "recent, a byte over the limit", .state_file = padded(check_state_limit + 1)},
+      {.name = "invalid JSON", .state_file = stored(T - 1).substr(1)},
+      {.name = "a third key", .state_file = R"({"schema":1,"lastAttemptUtc":1699999999,"x":1})"},
+      {.name = "schema 2", .state_file = R"({"schema":2,"lastAttemptUtc":1699999999})"},
       {.name = "folder cannot be made", .folder = StateFolder::a_file_in_its_place, .due = false},
       {.name = "another launcher holds the mutex", .mutex_held_elsewhere = true, .due = false},
   };
@@ -163,16 +157,17 @@ TEST(Installer, RefusedUnlessTheFileItselfMatchesAndBothSignersSigned) {
 }
 
 // One host at the path asked about, id 50, created at 777, beside a stranger of the same name at
-// another path, who is never asked to close.
+// another path, who is never asked to close. A row names what differs from a host that is asked
+// to close once, shows the dialog and then is gone.
 struct HostWaitRow {
   const char* name;
   bool host_runs = true;
   bool host_obeys = false;            // it ends when asked politely
   bool host_exits_in_dialog = false;  // it ends at the dialog's first tick
   std::deque<int> clicks = {};        // the user's buttons, one after each tick
-  bool result;
-  std::vector<std::vector<std::pair<std::uint32_t, std::uint64_t>>> close_requests;
-  bool dialog_shown;
+  bool result = true;
+  std::vector<std::vector<std::pair<std::uint32_t, std::uint64_t>>> close_requests = {{{50, 777}}};
+  bool dialog_shown = true;
 };
 
 TEST(HostWait, PoliteRequestFirstThenTheDialogUntilNoHostIsLeft) {
@@ -181,31 +176,11 @@ TEST(HostWait, PoliteRequestFirstThenTheDialogUntilNoHostIsLeft) {
       {50, 4, L"Paltalk.exe"}, host, 1, {platform::ModuleListing::listed, {}}, 777},
       stranger{{60, 4, L"Paltalk.exe"}, L"Q:\\O\\Paltalk.exe"};
   const HostWaitRow rows[] = {
-      {.name = "no host runs: nobody is asked, no dialog",
-       .host_runs = false,
-       .result = true,
-       .close_requests = {},
-       .dialog_shown = false},
-      {.name = "the host obeys the polite request",
-       .host_obeys = true,
-       .result = true,
-       .close_requests = {{{50, 777}}},
-       .dialog_shown = false},
-      {.name = "the host exits while the dialog shows",
-       .host_exits_in_dialog = true,
-       .result = true,
-       .close_requests = {{{50, 777}}},
-       .dialog_shown = true},
-      {.name = "the user cancels",
-       .clicks = {platform::id_cancel},
-       .result = false,
-       .close_requests = {{{50, 777}}},
-       .dialog_shown = true},
-      {.name = "the user presses OK while the host runs",
-       .clicks = {platform::id_ok},
-       .result = false,
-       .close_requests = {{{50, 777}}},
-       .dialog_shown = true},
+      {.name = "no host runs", .host_runs = false, .close_requests = {}, .dialog_shown = false},
+      {.name = "the host obeys the polite request", .host_obeys = true, .dialog_shown = false},
+      {.name = "the host exits while the dialog shows", .host_exits_in_dialog = true},
+      {.name = "the user cancels", .clicks = {platform::id_cancel}, .result = false},
+      {.name = "the user presses OK, the host runs", .clicks = {platform::id_ok}, .result = false},
   };
   for (const HostWaitRow& row : rows) {
     fake = {};

@@ -59,29 +59,20 @@ struct GuardRow {
 TEST(Guards, DoubtCountsAsYesOnlyInThisSession) {
   using enum platform::ModuleListing;
   const GuardRow rows[] = {
-      {.name = "no host", .host_runs = false, .running = false, .busy = false},
-      {.name = "no process list at all", .snapshot_fails = true, .running = false, .busy = false},
+      {.name = "no host", .host_runs = false},
+      {.name = "no process list at all", .snapshot_fails = true},
       {.name = "the host, its path spelled otherwise",
        .process = {.image = L"q:/P/./X/../PALTALK.EXE"},
        .running = true,
        .busy = true},
-      {.name = "another host with this plugin",
-       .process = {.image = other_host},
-       .running = false,
-       .busy = true},
+      {.name = "another host with this plugin", .process = {.image = other_host}, .busy = true},
       {.name = "any host, when no path is asked about",
        .process = {.image = other_host, .plugin = other_plugin},
        .asked = L"",
-       .running = true,
-       .busy = false},
+       .running = true},
       {.name = "another host with another installation's plugin",
-       .process = {.image = other_host, .plugin = other_plugin},
-       .running = false,
-       .busy = false},
-      {.name = "the host in another session",
-       .process = {.session = 2},
-       .running = false,
-       .busy = false},
+       .process = {.image = other_host, .plugin = other_plugin}},
+      {.name = "the host in another session", .process = {.session = 2}},
       {.name = "the host in another session, no session list",
        .process = {.session = 2},
        .session_list_fails = true,
@@ -95,18 +86,12 @@ TEST(Guards, DoubtCountsAsYesOnlyInThisSession) {
        .process = {.image = other_host, .opens = false},
        .running = true,
        .busy = true},
-      {.name = "a host that cannot be opened, in another session",
-       .process = {.opens = false, .session = 2},
-       .running = false,
-       .busy = false},
+      {.name = "a host not opened, in another session", .process = {.opens = false, .session = 2}},
       {.name = "another host whose modules cannot be listed",
        .process = {.image = other_host, .listing = no_snapshot},
-       .running = false,
        .busy = true},
       {.name = "another host whose module list is empty",
-       .process = {.image = other_host, .listing = no_first_module},
-       .running = false,
-       .busy = false},
+       .process = {.image = other_host, .listing = no_first_module}},
   };
   for (const GuardRow& row : rows) {
     fake = {};
@@ -130,15 +115,17 @@ struct Seen {
   const wchar_t* webview = L"";
   std::int32_t webviews = -1;
 };
+const Seen cannot_tell = {};
+const Seen themed_host = {.running = L"yes", .theme = L"yes", .webviews = 0},
+           no_host = {.running = L"no", .theme = L"no", .webviews = 0};
 
 struct RuntimeRow {
   const char* name;
   std::vector<Process> processes = {};  // beside `idle`
   const wchar_t* asked = host;
-  Seen expected = {};
+  Seen expected = themed_host;
 };
 
-// A WebView2 process whose parent is `parent`.
 Process webview(std::uint32_t id, std::uint32_t parent, const wchar_t* image = webview_image) {
   return {.id = id, .parent = parent, .name = L"msedgewebview2.exe", .image = image};
 }
@@ -147,20 +134,15 @@ TEST(Runtime, WhatTheReportCanTell) {
   using enum platform::ModuleListing;
   const Process helper{.id = 60, .parent = 50, .name = L"helper.exe", .image = L"Q:\\P\\h.exe"};
   const RuntimeRow rows[] = {
-      {.name = "no path asked about", .processes = {Process{}}, .asked = L"", .expected = {}},
-      {.name = "no host", .expected = {.running = L"no", .theme = L"no", .webviews = 0}},
-      {.name = "the host with the theme, in another session",
-       .processes = {Process{.session = 2}},
-       .expected = {.running = L"yes", .theme = L"yes", .webviews = 0}},
-      {.name = "another host",
-       .processes = {Process{.image = other_host}},
-       .expected = {.running = L"no", .theme = L"no", .webviews = 0}},
+      {.name = "no path asked", .processes = {Process{}}, .asked = L"", .expected = cannot_tell},
+      {.name = "no host", .expected = no_host},
+      {.name = "the host with the theme, in another session", .processes = {Process{.session = 2}}},
+      {.name = "another host", .processes = {Process{.image = other_host}}, .expected = no_host},
       {.name = "the only host cannot be opened",
        .processes = {Process{.opens = false}},
-       .expected = {}},
+       .expected = cannot_tell},
       {.name = "one of two hosts cannot be opened",
-       .processes = {Process{.id = 50, .opens = false}, Process{.id = 51}},
-       .expected = {.running = L"yes", .theme = L"yes", .webviews = 0}},
+       .processes = {Process{.id = 50, .opens = false}, Process{.id = 51}}},
       {.name = "the plugin of another installation",
        .processes = {Process{.plugin = other_plugin}},
        .expected = {.running = L"yes", .theme = L"no", .webviews = 0}},
@@ -171,15 +153,13 @@ TEST(Runtime, WhatTheReportCanTell) {
        .processes = {Process{.listing = no_first_module}},
        .expected = {.running = L"yes", .webviews = 0}},
       {.name = "one host's modules unlisted, the theme in the other's",
-       .processes = {Process{.id = 50, .listing = no_snapshot}, Process{.id = 51}},
-       .expected = {.running = L"yes", .theme = L"yes", .webviews = 0}},
+       .processes = {Process{.id = 50, .listing = no_snapshot}, Process{.id = 51}}},
       {.name = "browsers of the host and of its child, a child listed before its parent",
        .processes = {Process{}, webview(70, 60), helper, webview(71, 50, older_webview_image)},
        .expected =
            {.running = L"yes", .theme = L"yes", .webview = L"120.0.2210.91", .webviews = 2}},
       {.name = "a browser whose parent is gone, and one of another program",
-       .processes = {Process{}, webview(70, 66), webview(71, 40)},
-       .expected = {.running = L"yes", .theme = L"yes", .webviews = 0}},
+       .processes = {Process{}, webview(70, 66), webview(71, 40)}},
       {.name = "the first browser cannot be opened",
        .processes = {Process{},
                      Process{.id = 70, .parent = 50, .name = L"MSEdgeWebView2.EXE", .opens = false},

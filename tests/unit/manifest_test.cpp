@@ -223,15 +223,12 @@ TEST(VerifyManifestOption, ReadsAtMostOneBytePastTheLimit) {
     std::wstring file;
     std::int32_t code;
   };
+  using namespace exit_code;
   const Case cases[] = {
-      {.name = "signed, through a link", .file = dir / L"link-signed", .code = exit_code::done},
-      {.name = "at the limit, through a link",
-       .file = dir / L"link-at-limit",
-       .code = exit_code::not_acceptable},
-      {.name = "over the limit, through a link",
-       .file = dir / L"link-over-limit",
-       .code = exit_code::bad_use},
-      {.name = "more than its size says", .file = lying_size, .code = exit_code::bad_use},
+      {.name = "signed, via a link", .file = dir / L"link-signed", .code = done},
+      {.name = "at the limit, via a link", .file = dir / L"link-at-limit", .code = not_acceptable},
+      {.name = "over the limit, via a link", .file = dir / L"link-over-limit", .code = bad_use},
+      {.name = "more than its size says", .file = lying_size, .code = bad_use},
   };
   for (const Case& row : cases)
     EXPECT_EQ(run_launcher({L"--verify-update-manifest", row.file}, dir.path), row.code)

@@ -27,28 +27,20 @@ using platform::Hold;
 
 // What the platform cannot show here: junctions and reparse points of other kinds.
 TEST(HeldFolder, EveryReparsePointIsRefusedWhateverItsTag) {
+  constexpr std::uint32_t folder = platform::file_attribute_directory;
+  // A row names what differs from a folder that is a reparse point, refused as a link.
   struct Row {
     const char* name;
-    std::uint32_t attributes = platform::file_attribute_directory;
+    std::uint32_t attributes = folder | platform::file_attribute_reparse_point;
     std::uint32_t tag = 0;
-    Hold status = Hold::held;
+    Hold status = Hold::link;
   };
-  constexpr std::uint32_t reparse = platform::file_attribute_reparse_point;
   const Row rows[] = {
-      {.name = "plain folder"},
-      {.name = "junction",
-       .attributes = platform::file_attribute_directory | reparse,
-       .tag = platform::reparse_tag_mount_point,
-       .status = Hold::link},
-      {.name = "symbolic link",
-       .attributes = platform::file_attribute_directory | reparse,
-       .tag = platform::reparse_tag_symlink,
-       .status = Hold::link},
-      {.name = "cloud placeholder",
-       .attributes = platform::file_attribute_directory | reparse,
-       .tag = 0x9000001A,
-       .status = Hold::link},
-      {.name = "tag without the attribute", .tag = 0x9000001A, .status = Hold::link},
+      {.name = "plain folder", .attributes = folder, .status = Hold::held},
+      {.name = "junction", .tag = platform::reparse_tag_mount_point},
+      {.name = "symbolic link", .tag = platform::reparse_tag_symlink},
+      {.name = "cloud placeholder", .tag = 0x9000001A},
+      {.name = "tag without the attribute", .attributes = folder, .tag = 0x9000001A},
       {.name = "file", .attributes = 0x20, .status = Hold::not_folder},
   };
   for (const Row& row : rows)
@@ -66,7 +58,6 @@ struct LocalAppData {
 };
 
 const std::string installer_bytes = "the verified installer";
-constexpr std::uint64_t two_days = 2 * installer_cache_age_limit;
 
 // The release of `installer`, in the running revision's folder of the cache and passing every test
 // (its signatures scripted at each of `paths`), so that the update goes straight to the start.
@@ -82,16 +73,6 @@ ReleaseManifest cached_release(const std::wstring& installer,
           L"1.7",
           L"/downloads/releases/stable/16/Setup.exe",
           sha256_file_hex(installer)};
-}
-
-void make_old(const fs::path& path) {
-  fs::last_write_time(path, fs::file_time_type::clock::now() - std::chrono::hours(48));
-}
-
-// The first argument of a recorded start: the installer's quoted path.
-std::wstring started_file() {
-  const std::wstring& line = fake.process_starts.at(0).first;
-  return line.substr(1, line.find(L'"', 1) - 1);
 }
 
 const FakeProcess stranger{{60, 4, L"Paltalk.exe"}, L"Q:\\O\\Paltalk.exe"};
@@ -120,7 +101,8 @@ TEST(CacheChain, ALinkFromUpdatesDownStopsTheUpdateAndTheCleanUp) {
     test::write_bytes(revision + L"\\a.part", "left by a crash");
     test::write_bytes(channel + L"\\" + older + L"\\old.bin", "an older download");
     for (const std::wstring& old : {revision + L"\\a.part", channel + L"\\" + older})
-      make_old(test::to_fs(old));
+      fs::last_write_time(test::to_fs(old),
+                          fs::file_time_type::clock::now() - std::chrono::hours(48));
     // The linked folder moves out, and a link to it takes its place.
     const std::wstring linked = row.link == Link::updates  ? updates
                                 : row.link == Link::stable ? channel
@@ -175,7 +157,8 @@ TEST(CacheChain, ALinkAboveTenebrixReTargetedBeforeTheStartChangesNothingThatSta
   };
   ASSERT_TRUE(run_update_pipeline(release, L"Q:\\P\\Paltalk.exe", true, dir / L"T", L"", L""));
   std::string bytes;
-  ASSERT_TRUE(platform::read_file(started_file(), bytes));
+  const std::wstring& line = fake.process_starts.at(0).first;  // the installer's path, quoted
+  ASSERT_TRUE(platform::read_file(line.substr(1, line.find(L'"', 1) - 1), bytes));
   EXPECT_EQ(bytes, installer_bytes);
 }
 

@@ -21,7 +21,7 @@ struct Version {
 };
 
 // A row names what differs from an unsigned, untested build whose three Qt libraries are x64
-// release images at 6.11.1.0.
+// release images at 6.11.1.0, and the verdict if it is not that of an unverified build.
 struct VerdictRow {
   const char* name;
   const wchar_t* host_name = L"Paltalk.exe";
@@ -31,13 +31,12 @@ struct VerdictRow {
   File signed_by_stranger = File::none;  // this library carries someone else's signature
   File not_an_image = File::none;        // this file holds "MZ" and nothing more
   File missing = File::none;             // this file is not there
-  File other_version = File::none;       // this library is at `version`
+  File other_version = File::core;       // this library is at `version`
   Version version = {};
   File short_version_block = File::none;  // this library reports 51 bytes of its fixed block
-  const wchar_t* message = nullptr;
+  const wchar_t* message = sentence::unverified_build;
 };
 
-// The host folder <dir>\P and install_root <dir>\T.
 struct Build {
   test::TempDir dir;
   std::wstring folder = dir / L"P";
@@ -48,7 +47,8 @@ struct Build {
     for (const File file : {File::host, File::core, File::gui, File::widgets}) {
       if (file == row.missing) continue;
       const std::wstring path = path_of(file, row);
-      test::write_bytes(path, file == row.not_an_image ? "MZ" : image(test::to_fs(path).string()));
+      test::write_bytes(
+          path, file == row.not_an_image ? "MZ" : test::x64_image(test::to_fs(path).string()));
       const Version version = file == row.other_version ? row.version : Version{};
       const std::uint32_t length = file == row.short_version_block ? 51 : 52;
       fake.versions[folded_path(path)] = {true, length, version.major << 16 | version.minor,
@@ -75,11 +75,6 @@ struct Build {
         return folder + L"\\" + row.host_name;
     }
   }
-  // An x64 PE image whose body is `text`.
-  static std::string image(const std::string& text) {
-    return std::string("MZ") + std::string(58, '\0') + std::string("@\0\0\0PE\0\0\x64\x86", 10) +
-           text;
-  }
 };
 
 const wchar_t* const host_signer = L"Paltalk US LLC";
@@ -87,15 +82,13 @@ const wchar_t* const qt_signer = L"The QT Company Oy";
 
 TEST(Verdict, OfEachBuild) {
   const VerdictRow rows[] = {
-      {.name = "unsigned and untested", .message = sentence::unverified_build},
+      {.name = "unsigned and untested"},
       {.name = "tested", .tested = true, .message = sentence::recognized_build},
       {.name = "tested, never asked for its signatures, however short its version block",
        .tested = true,
        .short_version_block = File::gui,
        .message = sentence::recognized_build},
-      {.name = "named in capitals",
-       .host_name = L"PALTALK.EXE",
-       .message = sentence::unverified_build},
+      {.name = "named in capitals", .host_name = L"PALTALK.EXE"},
       {.name = "another file name", .host_name = L"Paltalk2.exe", .message = sentence::select_host},
       {.name = "no host file", .missing = File::host, .message = sentence::select_host},
       {.name = "signed by both publishers",
@@ -106,53 +99,30 @@ TEST(Verdict, OfEachBuild) {
        .host_signer = L"paltalk us llc",
        .qt_signer = L"THE QT COMPANY OY",
        .message = sentence::signed_update},
-      {.name = "host signer's name cut short",
-       .host_signer = L"Paltalk US",
-       .qt_signer = qt_signer,
-       .message = sentence::unverified_build},
-      {.name = "host signer's name with more after it",
-       .host_signer = L"Paltalk US LLC 2",
-       .qt_signer = qt_signer,
-       .message = sentence::unverified_build},
-      {.name = "host unsigned, Qt signed",
-       .qt_signer = qt_signer,
-       .message = sentence::unverified_build},
-      {.name = "host signed, Qt unsigned",
-       .host_signer = host_signer,
-       .message = sentence::unverified_build},
+      {.name = "host signer cut short", .host_signer = L"Paltalk US", .qt_signer = qt_signer},
+      {.name = "host signer with more", .host_signer = L"Paltalk US LLC 2", .qt_signer = qt_signer},
+      {.name = "host unsigned, Qt signed", .qt_signer = qt_signer},
+      {.name = "host signed, Qt unsigned", .host_signer = host_signer},
       {.name = "host signed, one Qt library signed by someone else",
        .host_signer = host_signer,
        .qt_signer = qt_signer,
-       .signed_by_stranger = File::widgets,
-       .message = sentence::unverified_build},
+       .signed_by_stranger = File::widgets},
       {.name = "signed, but a library's version block is short",
        .host_signer = host_signer,
        .qt_signer = qt_signer,
-       .short_version_block = File::widgets,
-       .message = sentence::unverified_build},
-      {.name = "host not an x64 image",
-       .not_an_image = File::host,
-       .message = sentence::host_not_x64},
-      {.name = "a library not an x64 image",
-       .not_an_image = File::widgets,
-       .message = sentence::qt_missing},
+       .short_version_block = File::widgets},
+      {.name = "host not x64", .not_an_image = File::host, .message = sentence::host_not_x64},
+      {.name = "library not x64", .not_an_image = File::widgets, .message = sentence::qt_missing},
       {.name = "a library missing", .missing = File::gui, .message = sentence::qt_missing},
       {.name = "below the floor in the third number",
-       .other_version = File::core,
        .version = {.build = 0, .revision = 9},
        .message = sentence::qt_below_floor},
       {.name = "below the floor in the second number",
        .other_version = File::gui,
        .version = {.minor = 10, .build = 5},
        .message = sentence::qt_below_floor},
-      {.name = "Qt 7",
-       .other_version = File::core,
-       .version = {.major = 7, .minor = 11},
-       .message = sentence::qt_below_floor},
-      {.name = "Qt 5",
-       .other_version = File::core,
-       .version = {.major = 5, .minor = 15, .build = 2},
-       .message = sentence::qt_below_floor},
+      {.name = "Qt 7", .version = {.major = 7, .minor = 11}, .message = sentence::qt_below_floor},
+      {.name = "Qt 5", .version = {.major = 5, .minor = 15}, .message = sentence::qt_below_floor},
       {.name = "a debug library at a good version",
        .other_version = File::widgets,
        .version = {.debug = true},
@@ -193,26 +163,21 @@ TEST(Verdict, WhatTheRecordHoldsAtEachStop) {
 
 TEST(Verdict, WordOfEachRecord) {
   struct Row {
-    const char* name;
     bool analyzed = false, recognized = false, compatible = false;
     const wchar_t* word = nullptr;
   };
   const Row rows[] = {
-      {.name = "not analyzed", .recognized = true, .compatible = true, .word = L"unavailable"},
-      {.name = "recognized",
-       .analyzed = true,
-       .recognized = true,
-       .compatible = true,
-       .word = L"recognized"},
-      {.name = "compatible", .analyzed = true, .compatible = true, .word = L"compatible-update"},
-      {.name = "neither", .analyzed = true, .word = L"unrecognized"},
+      {.recognized = true, .compatible = true, .word = L"unavailable"},
+      {.analyzed = true, .recognized = true, .compatible = true, .word = L"recognized"},
+      {.analyzed = true, .compatible = true, .word = L"compatible-update"},
+      {.analyzed = true, .word = L"unrecognized"},
   };
   for (const Row& row : rows) {
     HostAnalysis analysis;
     analysis.analyzed = row.analyzed;
     analysis.recognized = row.recognized;
     analysis.compatible = row.compatible;
-    EXPECT_EQ(verdict_word(analysis), row.word) << row.name;
+    EXPECT_EQ(verdict_word(analysis), row.word);  // each row's word is its own
   }
 }
 
