@@ -24,8 +24,6 @@ FileKind file_kind(const std::wstring& path);
 // False when something in the way is no directory or cannot be made.
 bool create_directories(const std::wstring& path);
 
-// Size of a regular file; false when it cannot be had.
-bool file_size(const std::wstring& path, std::uint64_t& size);
 // The whole file as bytes; false when it cannot be opened or read.
 bool read_file(const std::wstring& path, std::string& bytes);
 // At most `limit` bytes from the start of a file opened for reading with full

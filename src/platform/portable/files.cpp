@@ -60,12 +60,6 @@ bool create_directories(const std::wstring& path) {
   return !error;
 }
 
-bool file_size(const std::wstring& path, std::uint64_t& size) {
-  std::error_code error;
-  size = std::filesystem::file_size(portable::to_native(path), error);
-  return !error;
-}
-
 bool read_file(const std::wstring& path, std::string& bytes) {
   // A directory opens here but cannot be read: that is a failed read.
   return read_file_head(path, std::numeric_limits<std::size_t>::max(), bytes);
