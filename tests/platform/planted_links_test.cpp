@@ -6,7 +6,6 @@
 #include "host/configuration.h"
 #include "foundation/failure.h"
 #include "host/ini.h"
-#include "platform/file_ops.h"
 #include "test_support.h"
 #include "update/schedule.h"
 
@@ -30,30 +29,6 @@ TEST(PlantedLinks, TheConfigurationsTemporaryNameIsNeverFollowed) {
   EXPECT_EQ(test::read_bytes(test::to_fs(elsewhere)), "[Mine]\r\nKept=1\r\n");
   EXPECT_EQ(read_ini_value(settings, L"Paltalk", L"Exe"), analysis.exe_path);
   EXPECT_FALSE(fs::exists(fs::symlink_status(test::to_fs(settings + L".tmp"))));
-}
-
-TEST(PlantedLinks, ATruncatingCreationRemovesALinkAsALink) {
-  struct Row {
-    const char* name;
-    bool link_to_folder = false;
-  };
-  const Row rows[] = {{.name = "a link to a file"},
-                      {.name = "a link to a folder", .link_to_folder = true}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    test::TempDir dir;
-    const std::wstring target = dir / L"target", name = dir / L"name.tmp";
-    if (row.link_to_folder)
-      fs::create_directory(test::to_fs(target));
-    else
-      test::write_bytes(target, "kept");
-    fs::create_symlink(test::to_fs(target), test::to_fs(name));
-    const platform::WritableFile file = platform::create_file(name, platform::Creation::truncating);
-    EXPECT_NE(file, nullptr);
-    EXPECT_FALSE(fs::is_symlink(test::to_fs(name)));
-    EXPECT_TRUE(row.link_to_folder ? fs::is_directory(test::to_fs(target))
-                                   : test::read_bytes(test::to_fs(target)) == "kept");
-  }
 }
 
 TEST(PlantedLinks, TheCheckStateIsNotWrittenThroughALinkedFolder) {
