@@ -1,6 +1,5 @@
 #include "launcher/environment.h"
 
-#include "host/configuration.h"
 #include "launcher/browser_arguments.h"
 #include "foundation/process_values.h"
 #include "platform/system.h"

@@ -42,7 +42,8 @@ bool start_through_shell(const HostAnalysis& analysis, bool dark) {
 bool start_host(const HostAnalysis& analysis, bool dark) {
   // An elevated launcher would hand its token to the host; the desktop shell
   // starts a second launcher at the user's normal rights instead.
-  if (process_is_elevated() && !launch_context().desktop_launch &&
+  // A second start after the hand-off never hands off again, so it skips the token query.
+  if (!launch_context().desktop_launch && process_is_elevated() &&
       start_through_shell(analysis, dark))
     return true;
 
